@@ -1,0 +1,80 @@
+#include "daemon/host_files.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include "daemon/activity_log.h"
+#include "daemon/paths.h"
+#include "daemon/state.h"
+
+namespace {
+
+constexpr long kNoHost = INT_MAX;
+constexpr long long kMostProcesses = 1000;
+
+// The content is put together first and handed over in one piece, so that the mail server's
+// chance of reading half a file is as small as it can be.
+void rewrite(const char* path, const std::string& content) {
+  hosts = fopen(path, "w");
+  if (!hosts) {
+    log("Unable to open %s for writing : %s", path, strerror(errno));
+    return;
+  }
+  fwrite(content.data(), 1, content.size(), hosts);
+  fclose(hosts);
+  hosts = nullptr;
+}
+
+}  // namespace
+
+void clearOldIps() {
+  oldies.empty();
+  const long now = time(nullptr);
+  oldest_host = kNoHost;
+  for (long long i = 0; i < host_list.param; ++i) {
+    const char* text = host_list.getValueAt(i);
+    const int then = static_cast<int>(strtol(text, nullptr, 10));
+    if (then + static_cast<long>(lifetime_s()) < now) {
+      const char* ip = host_list.getNameAt(i);
+      oldies.addElement(ip, true, false);
+      trace("%s is too old at %s (%d > %d + (%d*60)\n", ip, text, static_cast<int>(now), then,
+            minutes);
+    } else if (then < oldest_host) {
+      oldest_host = then;
+    }
+  }
+  if (oldies.count == 0) return;
+  host_list.deleteParams(&oldies);
+  user_list.deleteParams(&oldies);
+}
+
+void removeOldHosts() {
+  const long now = time(nullptr);
+  if (oldest_host + lifetime_s() < now && host_list.param > 0) {
+    clearOldIps();
+    writeHostFile();
+    writeUserFile();
+  }
+  if (process_ips.param > kMostProcesses) {
+    log("process_ips has more than 1000 id's, emptying it.");
+    process_ips.empty();
+  }
+}
+
+void writeHostFile() {
+  std::string content;
+  for (long long i = 0; i < host_list.param; ++i) content.append(host_list.getNameAt(i)) += '\n';
+  rewrite(kHostFile, content);
+}
+
+void writeUserFile() {
+  std::string content;
+  for (long long i = 0; i < user_list.param; ++i)
+    content.append(user_list.getNameAt(i)).append(": ").append(user_list.getValueAt(i)) += '\n';
+  rewrite(kUserFile, content);
+}

@@ -1,0 +1,114 @@
+#include "daemon/line_recognition.h"
+
+#include <cstdio>
+#include <ctime>
+#include <iterator>
+
+#include "daemon/activity_log.h"
+#include "daemon/bandwidth.h"
+#include "daemon/login.h"
+#include "daemon/state.h"
+#include "support/cv_string.h"
+
+namespace {
+
+// Older session ends were counted by the run before this one: a start-up scan reads them again.
+constexpr long kTrafficAge_s = 1200;
+
+// The start of the program field, or null if the line has no four words and a blank before it.
+const char* programField(const char* line) {
+  const char* p = line;
+  for (int words = 0; words < 4; ++words) {
+    if (*p == '\0') return nullptr;
+    p = findChar(trim(p + 1), ' ');
+  }
+  return *p == ' ' ? p + 1 : nullptr;
+}
+
+bool startsWithAny(const char* message, const char* const* keywords, size_t count) {
+  for (size_t i = 0; i < count; ++i)
+    if (startsWith(message, keywords[i])) return true;
+  return false;
+}
+
+// The last words that a server process says.
+bool isEnd(const char* message) {
+  static constexpr const char* kEnds[] = {"Session",     "Socket",
+                                          "Logout",      "Command stream end of file",
+                                          "Fatal error", "IMAP toolkit crash"};
+  return startsWithAny(message, kEnds, std::size(kEnds));
+}
+
+void parseClassicLine(const char* line, const char* program) {
+  const char* at = findChar(program, ' ');
+  const char* bracket = findChar(program, '[');
+  if (*at == '\0' || bracket > at) return;
+  const char* digits = bracket + 1;
+  int pid = 0;
+  readInt(digits, pid);
+  const char* message = at + 1;
+
+  if (startsWith(message, "Connect"))
+    getConnectData(pid, at);
+  else if (startsWith(message, "imap service init"))
+    getImapConnectData(pid, at);
+  else if (startsWith(message, "User"))
+    verifyPid(pid, line, 0);
+  else if (startsWith(message, "Login failed"))
+    return;  // says that nobody has logged in, with the same first word
+  else if (startsWith(message, "Login"))
+    verifyPid(pid, line, 1);
+  else if (isEnd(message))
+    removePid(pid);
+}
+
+void parseDovecotLine(const char* line, const char* program) {
+  const char* blank = findChar(program, ' ');
+  if (*blank == '\0') return;
+  const char* message = blank + 1;
+  if (startsWith(message, "pop3-login: Login:") || startsWith(message, "imap-login: Login:")) {
+    add_dovecot(line);
+    return;
+  }
+  if (!startsWith(message, "pop3(") && !startsWith(message, "imap(")) return;
+  const long now = time(nullptr);
+  const long stamp = getTimeFromString(line);
+  const long when = stamp != 0 ? stamp : now;
+  if (when + kTrafficAge_s >= now) log_dovecot_bandwidth(message, when);
+}
+
+// Keeps what follows the n-th blank as the connection text of the process. Fewer keep nothing.
+void keepConnection(int pid, const char* text, int blanks) {
+  const char* connection = behindChar(text, ' ', blanks);
+  if (!connection) return;
+  trace("gCD: pid:%d %s\n", pid, connection);
+  char key[32];
+  snprintf(key, sizeof key, "%d", pid);
+  process_ips.setParam(key, connection, true, 1, false);
+}
+
+}  // namespace
+
+void parseLine(const char* line) {
+  const char* program = programField(line);
+  if (!program) return;
+  if (startsWith(program, "vm-pop3d") || startsWith(program, "imapd"))
+    parseClassicLine(line, program);
+  else if (startsWith(program, "dovecot"))
+    parseDovecotLine(line, program);
+}
+
+void getConnectData(int pid, const char* at) {
+  keepConnection(pid, at + 1, 2);
+}
+
+void getImapConnectData(int pid, const char* at) {
+  keepConnection(pid, at + 1, 4);
+}
+
+void removePid(int pid) {
+  trace("removing pid %d\n", pid);
+  char key[32];
+  snprintf(key, sizeof key, "%d", pid);
+  process_ips.deleteParam(key, nullptr);
+}

@@ -1,0 +1,78 @@
+#include "daemon/log_follower.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+
+#include "daemon/activity_log.h"
+#include "daemon/host_files.h"
+#include "daemon/last_login.h"
+#include "daemon/line_recognition.h"
+#include "daemon/login.h"
+#include "daemon/state.h"
+#include "support/system.h"
+
+namespace {
+
+// What a scan of many lines does once, or at its end, instead of at each of them.
+class ManyLines {
+ public:
+  ManyLines() { set(true); }
+  ~ManyLines() { set(false); }
+  ManyLines(const ManyLines&) = delete;
+  ManyLines& operator=(const ManyLines&) = delete;
+
+ private:
+  static void set(bool on) {
+    holdCalendar(on);
+    for (ConfigFile* table : {&host_list, &user_list, &process_ips, &last_login}) table->gather(on);
+  }
+};
+
+}  // namespace
+
+int logChanged() {
+  if (stat(log_file, &filestat) != 0) {
+    log("Cannot stat: %s : %s", log_file, strerror(errno));
+    return 0;
+  }
+  if (filestat.st_mtime <= last_modification) return 0;
+  if (filestat.st_size < file_size) last_pos = 0;
+  file_size = filestat.st_size;
+  last_modification = filestat.st_mtime;
+  return 1;
+}
+
+bool openLog() {
+  maillog = fopen(log_file, "r");
+  if (!maillog) {
+    log("Unable to open %s for reading\t: %s", log_file, strerror(errno));
+    return false;
+  }
+  static char block[64 * 1024];  // a start-up scan reads gigabytes
+  setvbuf(maillog, block, _IOFBF, sizeof block);
+  return true;
+}
+
+void parseLogFrom(long position) {
+  if (!maillog) return;
+  const ManyLines many_lines;
+  fseek(maillog, position, SEEK_SET);
+  int in_use = buff_size;
+  while (readLine(&logging, maillog, buffer, buff_size, 0, in_use) != -1) parseLine(buffer);
+  last_pos = ftell(maillog);
+}
+
+void updateHosts() {
+  trace("Log has been updated, scanning from %lld\n", last_pos);
+  clearOldIps();
+  last_login.empty();
+  if (!openLog()) return;
+  parseLogFrom(last_pos);
+  fclose(maillog);
+  maillog = nullptr;
+  writeHostFile();
+  writeUserFile();
+  write_last_logins();
+}

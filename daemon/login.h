@@ -1,0 +1,26 @@
+// Logins: who logged in from where and when, and whether that admits the address.
+//
+// A login admits its IPv4 address, except the loopback address, unless it is more than `minutes`
+// minutes old. A line that does not fit admits nobody; nothing here reports failure to its caller.
+#pragma once
+
+// The time of the syslog date at the start of `line`, in seconds since the epoch. The year is the
+// current one, and the clock that of the current season. 0, with a message in the activity log,
+// when it cannot be read.
+long getTimeFromString(const char* line);
+
+// While a scan runs the calendar is looked up once a day of the log, not once a line. A change of
+// the system's time zone is then seen by the next scan.
+void holdCalendar(bool on);
+
+// 1 if `text` is an IPv4 address: digits and dots only, four numbers up to 255, the first of them
+// at least 1. What follows the fourth number is not looked at. Else 0, also for null.
+int isIP(const char* text);
+
+// A login line of a classic server process: "User 'name' of 'domain' ..." (isImap 0) or
+// "Login user=name ..." (isImap 1). The address is the one the process connected from, or else
+// the one on the line, which is then kept for the process.
+void verifyPid(int pid, const char* line, int isImap);
+
+// A login line of Dovecot: "...-login: Login: user=<name>, ..., rip=ADDRESS, ...".
+void add_dovecot(const char* line);

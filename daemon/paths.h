@@ -1,0 +1,9 @@
+// Every path the daemon touches by itself. The mail log may be another: see the `f` argument.
+#pragma once
+
+constexpr char kActivityLog[] = "/var/log/corvane/cv-popb4smtp.log";
+constexpr char kPidFile[] = "/var/run/cv-popb4smtp.pid";
+constexpr char kMailLog[] = "/var/log/maillog";            // followed if it exists at start
+constexpr char kMailLogOtherwise[] = "/var/log/mail.log";  // followed if not
+constexpr char kHostFile[] = "/etc/virtual/pophosts";
+constexpr char kUserFile[] = "/etc/virtual/pophosts_user";

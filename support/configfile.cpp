@@ -1,0 +1,538 @@
+#include "support/configfile.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "support/cv_string.h"
+#include "support/listfile.h"
+#include "support/logging.h"
+
+namespace {
+
+constexpr long long kDefaultSlots = 16;
+constexpr long long kLargestQuadrupled = 64;  // from this size on, growth doubles
+
+// How many entries may wait before they are merged with the others. Inserting moves half as many
+// pointers as wait, merging moves all of the table's: at this number both stay small up to a
+// million entries.
+constexpr long long kMostRecent = 1024;
+
+// The first eight bytes of a name as a number that orders as strcomp() does, as far as it goes: of
+// two names with different leads the one with the smaller comes first. It stands in the entry
+// itself, so that a search in a large table seldom has to fetch the names.
+unsigned long leadOf(const char* name) {
+  if (!name || *name == '\0') return ~0UL;  // behind all others
+  unsigned long lead = 0;
+  for (size_t i = 0; i < sizeof lead; ++i) {
+    lead <<= 8;
+    // Signed order, as strcomp's. The end of a name counts as the smallest character.
+    if (*name != '\0') lead |= static_cast<unsigned char>(*name++) ^ 0x80U;
+  }
+  return lead;
+}
+
+bool isText(int type) {
+  return type == kTextValue || type == kNumberTextValue || type == kJsonValue;
+}
+
+void releaseValue(ParamEntry& entry) {
+  if (isText(entry.owned_as))
+    delString(entry.value);
+  else if (entry.owned_as == kConfigFileValue)
+    delete reinterpret_cast<ConfigFile*>(entry.value);
+  else if (entry.owned_as == kListFileValue)
+    delete reinterpret_cast<ListFile*>(entry.value);
+  entry.value = nullptr;
+}
+
+// Leaves the record as an unused slot has it. `type` is reset only where it has a meaning.
+void releaseEntry(ParamEntry& entry, bool multi_type) {
+  delString(entry.name);
+  entry.lead = leadOf(nullptr);
+  releaseValue(entry);
+  entry.owned_as = kTextValue;
+  if (multi_type) entry.type = kTextValue;
+}
+
+char* copyWherePresent(const char* s) {
+  return s ? newString(s) : nullptr;
+}
+
+// Puts the pointer at `from` at `to`, which is not behind it; those between move back by one.
+template <typename T>
+void moveForward(T** slots, long long from, long long to) {
+  T* moved = slots[from];
+  memmove(slots + to + 1, slots + to, static_cast<size_t>(from - to) * sizeof *slots);
+  slots[to] = moved;
+}
+
+}  // namespace
+
+ConfigFile::ConfigFile(Logging* log, const char* filename, long long slots) : logging(log) {
+  size = slots;
+  allocateSlots();
+  init();
+  set_user(newString("nobody"));
+  set_filename(filename && *filename ? newString(filename) : nullptr);
+}
+
+ConfigFile::ConfigFile(Logging* log, ConfigFile* cf) : logging(log) {
+  init();
+  if (!cf) {
+    if (logging) logging->debug(2500, "ConfigFile::ConfigFile(ConfigFile *cf): cf=NULL.");
+    size = kDefaultSlots;
+    allocateSlots();
+    set_user(newString("nobody"));
+    return;
+  }
+  cf->settle();
+  set_filename(newString(cf->get_filename()));
+  set_permission(cf->get_permission());
+  duplicate = cf->duplicate;
+  multi_type = cf->multi_type;
+  set_comments(newString(cf->get_comments()));
+  lockit = cf->lockit;
+  caller_location = copyWherePresent(cf->caller_location);
+  set_user(copyWherePresent(cf->get_user()));
+  set_group(copyWherePresent(cf->get_group()));
+  separator = cf->separator;
+  size = cf->size;
+  allocateSlots();
+  for (long long i = 0; i < size; ++i) {
+    const ParamEntry& source = *cf->params[i];
+    if (!source.name) continue;
+    params[i]->name = newString(source.name);
+    params[i]->lead = source.lead;
+    params[i]->value = newValue(source.value, true, source.owned_as);
+    params[i]->owned_as = source.owned_as;
+    if (multi_type) params[i]->type = source.type;
+  }
+  param = settled_ = cf->param;
+  sorted_ = !cf->wait_to_sort && cf->inOrder();
+  sorted_by_ = cf->sorted_by_;
+}
+
+ConfigFile::~ConfigFile() {
+  delete_file_info();
+  delString(result);
+  for (long long i = 0; i < size; ++i) releaseEntry(*params[i], multi_type);
+  delete[] params;
+  delString(caller_location);
+}
+
+void ConfigFile::init() {
+  result = newString("");
+  separator = '=';
+  sep_afterseparator = 0;
+  sep_after_ch = 0;
+  char_case = true;
+  file_info = nullptr;
+  multi_type = false;
+  param = 0;
+  changed = false;
+  no_overwrite = false;
+  wait_to_sort = false;
+  sort_type = 0;
+  insert_read = false;
+  skip_safety_check = false;
+  duplicate = false;
+  lockit = true;
+  caller_location = nullptr;
+  sorted_ = true;
+  sorted_by_ = currentOrder();
+  gathering_ = false;
+  settled_ = 0;
+}
+
+void ConfigFile::allocateSlots() {
+  params = new ParamEntry*[static_cast<size_t>(size)];
+  fillSlots(params, 0, size);
+}
+
+// Gives the slots from .. to - 1 fresh records of one block.
+void ConfigFile::fillSlots(ParamEntry** slots, long long from, long long to) {
+  ParamEntry* record = records_.emplace_back(new ParamEntry[static_cast<size_t>(to - from)]).get();
+  for (long long i = from; i < to; ++i) slots[i] = record++;
+}
+
+// --- Lookup ---
+
+// A name and its lead, worked out once for the many comparisons of a search.
+struct ConfigFile::Name {
+  const char* text;
+  unsigned long lead;
+
+  Name(const char* name) : text(name), lead(leadOf(name)) {}
+  Name(const ParamEntry& entry) : text(entry.name), lead(entry.lead) {}
+};
+
+int ConfigFile::compareNames(const ParamEntry& entry, const Name& name) const {
+  if (!char_case) return strcasecomp(entry.name, name.text);
+  if (entry.lead != name.lead) return entry.lead < name.lead ? -1 : 1;
+  return strcomp(entry.name, name.text);
+}
+
+int ConfigFile::compareValues(const ParamEntry& entry, const char* value) {
+  if (entry.owned_as == kNumberTextValue) return intcomp(entry.value, value);
+  if (isText(entry.owned_as)) return strcomp(entry.value, value);
+  const auto a = reinterpret_cast<uintptr_t>(entry.value);
+  const auto b = reinterpret_cast<uintptr_t>(value);
+  return a < b ? -1 : a > b ? 1 : 0;
+}
+
+long long ConfigFile::bisect(const Name& name, const char* value, long long lo,
+                             long long hi) const {
+  while (lo <= hi) {
+    const long long mid = (lo + hi) / 2;
+    int c = compareNames(*params[mid], name);
+    if (c == 0 && value) c = compareValues(*params[mid], value);
+    if (c == 0) return mid;
+    if (c < 0)
+      lo = mid + 1;
+    else
+      hi = mid - 1;
+  }
+  return -1;
+}
+
+long long ConfigFile::findLinearly(const Name& name, const char* value) const {
+  for (long long i = 0; i < param; ++i) {
+    const ParamEntry& entry = *params[i];
+    if (!entry.name || compareNames(entry, name) != 0) continue;
+    if (!value || (isText(entry.owned_as) && compareValues(entry, value) == 0)) return i;
+  }
+  return -1;
+}
+
+// As getIndex(), but a slot of the recent run may be moved by the next insertion.
+long long ConfigFile::find(const Name& name, const char* value) const {
+  if (!name.text || param == 0) return -1;
+  if (wait_to_sort) return findLinearly(name, value);
+  const long long i = bisect(name, value, 0, settled_ - 1);
+  return i != -1 ? i : bisect(name, value, settled_, param - 1);
+}
+
+long long ConfigFile::getIndex(const char* name, const char* value) {
+  settle();
+  return find(name, value);
+}
+
+char* ConfigFile::getValue(const char* name) {
+  static char cf_str[] = "ConfigFile";
+  static char long_str[] = "Long Integer";
+  static char lf_str[] = "ListFile";
+  const long long i = find(name, nullptr);
+  if (i == -1) return nullptr;
+  switch (get_type_at(i)) {
+    case kConfigFileValue:
+      return cf_str;
+    case kLongIntegerValue:
+      return long_str;
+    case kListFileValue:
+      return lf_str;
+    default:
+      return params[i]->value;
+  }
+}
+
+char* ConfigFile::getNameAt(long long i) {
+  settle();
+  return i == -1 ? nullptr : params[i]->name;
+}
+
+char* ConfigFile::getValueAt(long long i) {
+  settle();
+  return i == -1 ? nullptr : params[i]->value;
+}
+
+int ConfigFile::get_type_at(long long i) {
+  return multi_type ? params[i]->type : kTextValue;
+}
+
+// --- Changes ---
+
+// The pointer to store: a deep copy, or the caller's own. Null for a kind that cannot be copied.
+char* ConfigFile::newValue(const char* value, bool copy, int type) {
+  char* given = const_cast<char*>(value);
+  if (!copy) return given;
+  if (isText(type)) return newString(value);
+  if (type == kConfigFileValue)
+    return reinterpret_cast<char*>(new ConfigFile(logging, reinterpret_cast<ConfigFile*>(given)));
+  if (type == kListFileValue)
+    return reinterpret_cast<char*>(new ListFile(logging, reinterpret_cast<ListFile*>(given)));
+  return nullptr;
+}
+
+bool ConfigFile::setParam(const char* name, const char* value, bool copy, int type,
+                          bool allow_empty_name) {
+  if (!name || (*name == '\0' && !allow_empty_name)) return false;
+  changed = true;
+  const long long found = wait_to_sort ? -1 : find(name, duplicate ? value : nullptr);
+  if (found != -1 && !value) return true;
+
+  char* stored = newValue(value, copy, type);
+  if (!stored && type == kTextValue) stored = newString("");
+  if (found == -1) {
+    ensureRoom();
+    params[param]->name = newString(name);
+    params[param]->lead = leadOf(name);
+    ++param;
+  }
+  ParamEntry& entry = *params[found == -1 ? param - 1 : found];
+  releaseValue(entry);
+  entry.value = stored;
+  // In a plain table a value of no known type is a text like all others.
+  entry.owned_as = multi_type || (type >= kTextValue && type <= kJsonValue) ? type : kTextValue;
+  if (multi_type) entry.type = type;
+  if (found == -1) placeLast();
+  return true;
+}
+
+void ConfigFile::setParam(const char* name, int value) {
+  char text[32];
+  snprintf(text, sizeof text, "%d", value);
+  setParam(name, text, true, kTextValue, false);
+}
+
+void ConfigFile::deleteParam(const char* name, const char* value) {
+  if (!name || *name == '\0') return;
+  changed = true;
+  const long long i = find(name, value);
+  if (i == -1) return;
+  releaseEntry(*params[i], multi_type);
+  if (wait_to_sort)
+    shift_down_from(i);
+  else
+    closeGap(i);
+  --param;
+  if (wait_to_sort || !gathering_) settled_ = param;
+  if (!wait_to_sort && !inOrder()) sort();
+}
+
+// Moves the emptied record at i behind all entries in use.
+void ConfigFile::closeGap(long long i) {
+  ParamEntry* emptied = params[i];
+  memmove(params + i, params + i + 1, static_cast<size_t>(param - 1 - i) * sizeof *params);
+  params[param - 1] = emptied;
+  if (i < settled_) --settled_;
+}
+
+void ConfigFile::deleteParams(ListFile* names) {
+  settle();
+  changed = true;
+  ParamEntry** const end = params + param;
+  ParamEntry** const removed = std::stable_partition(params, end, [names](const ParamEntry* entry) {
+    return names->getIndex(entry->name, false) == -1;
+  });
+  for (ParamEntry** entry = removed; entry != end; ++entry) releaseEntry(**entry, multi_type);
+  param = settled_ = removed - params;
+  if (!wait_to_sort && !inOrder()) sort();
+}
+
+void ConfigFile::empty() {
+  changed = true;
+  for (long long i = 0; i < size; ++i)
+    if (params[i]->name) releaseEntry(*params[i], multi_type);
+  param = settled_ = 0;
+  sorted_ = true;
+  sorted_by_ = currentOrder();
+  delString(result);
+  result = newString("");
+}
+
+void ConfigFile::ensureRoom() {
+  if (param < size) return;
+  const long long from = size > 0 ? size : kDefaultSlots;
+  const long long larger = from < kLargestQuadrupled ? 4 * from : 2 * from;
+  auto** slots = new ParamEntry*[static_cast<size_t>(larger)];
+  std::copy(params, params + param, slots);
+  fillSlots(slots, param, larger);
+  delete[] params;
+  params = slots;
+  size = larger;
+}
+
+// --- Order ---
+
+// An entry against a name and value, by the order of the table.
+int ConfigFile::compareInOrder(const ParamEntry& entry, const Name& name, const char* value) const {
+  int c;
+  switch (sort_type) {
+    case 1:
+      c = longlongcomp(entry.name, name.text);
+      break;
+    case 2:
+      c = strlencomp(name.text, entry.name);
+      break;
+    case 3:
+      c = strlencomp(entry.name, name.text);
+      break;
+    default:
+      c = compareNames(entry, name);
+  }
+  return c == 0 && duplicate ? compareValues(entry, value) : c;
+}
+
+// The slot in lo .. hi - 1 whose entry, and all behind it, come after `entry`; hi if none does.
+long long ConfigFile::placeFor(const ParamEntry& entry, long long lo, long long hi) const {
+  while (lo < hi) {
+    const long long mid = (lo + hi) / 2;
+    if (compareInOrder(*params[mid], entry, entry.value) > 0)
+      hi = mid;
+    else
+      lo = mid + 1;
+  }
+  return lo;
+}
+
+// The last entry has just been appended: moves it to its place.
+void ConfigFile::placeLast() {
+  if (wait_to_sort) {
+    sorted_ = false;
+    settled_ = param;
+  } else if (!inOrder()) {
+    sort();
+  } else {
+    const long long last = param - 1;
+    moveForward(params, last, placeFor(*params[last], gathering_ ? settled_ : 0, last));
+    if (!gathering_ || param - settled_ > kMostRecent) settle();
+  }
+}
+
+// Merges the recent run with the entries before it, from the back, so that each of these moves
+// once.
+void ConfigFile::settle() {
+  if (settled_ == param) return;
+  const std::vector<ParamEntry*> recent(params + settled_, params + param);
+  long long end = param;
+  for (auto entry = recent.rbegin(); entry != recent.rend(); ++entry) {
+    const long long place = placeFor(**entry, 0, settled_);
+    const long long later = settled_ - place;
+    end -= later + 1;
+    memmove(params + end + 1, params + place, static_cast<size_t>(later) * sizeof *params);
+    params[end] = *entry;
+    settled_ = place;
+  }
+  settled_ = param;
+}
+
+void ConfigFile::gather(bool on) {
+  settle();
+  gathering_ = on;
+}
+
+void ConfigFile::sort() {
+  quickSort(0, param - 1);
+  sorted_ = true;
+  sorted_by_ = currentOrder();
+  settled_ = param;
+}
+
+void ConfigFile::quickSort(long long lo, long long hi) {
+  sorted_ = inOrder();
+  while (lo < hi) {
+    const ParamEntry& pivot = *params[(lo + hi) / 2];
+    long long i = lo;
+    long long j = hi;
+    // The bounds matter for orders that contradict themselves, as that of texts without a number.
+    while (i <= j) {
+      while (i < hi && compareInOrder(*params[i], pivot, pivot.value) < 0) ++i;
+      while (j > lo && compareInOrder(*params[j], pivot, pivot.value) > 0) --j;
+      if (i <= j) std::swap(params[i++], params[j--]);
+    }
+    // The smaller side by recursion, the larger here: the stack stays shallow on any input.
+    if (j - lo < hi - i) {
+      quickSort(lo, j);
+      lo = i;
+    } else {
+      quickSort(i, hi);
+      hi = j;
+    }
+  }
+}
+
+bool ConfigFile::move_params(long long from, long long to) {
+  const char* refusal = nullptr;
+  if (from == to)
+    refusal = "from matches to";
+  else if (params[to]->name)
+    refusal = "to already exists";
+  else if (!params[from]->name)
+    refusal = "from does not exists";
+  if (refusal) {
+    if (logging)
+      logging->debug(10, "ConfigFile::move_params:from=%lld to=%lld: %s: ABORT", from, to, refusal);
+    return false;
+  }
+  ParamEntry& source = *params[from];
+  ParamEntry& target = *params[to];
+  target.name = source.name;
+  target.lead = source.lead;
+  target.value = source.value;
+  target.owned_as = source.owned_as;
+  // An entry that moves is a text from then on, and its old slot keeps the code: so it has always
+  // been. What the value really is stays known to owned_as.
+  if (multi_type) target.type = kTextValue;
+  source.name = nullptr;
+  source.lead = leadOf(nullptr);
+  source.value = nullptr;
+  source.owned_as = kTextValue;
+  sorted_ = false;
+  return true;
+}
+
+void ConfigFile::shift_down_from(long long i) {
+  if (params[i]->name) return;
+  for (long long from = i + 1; from < size; ++from)
+    if (params[from]->name && move_params(from, i)) ++i;
+}
+
+// --- File attributes ---
+
+void ConfigFile::init_file_info() {
+  *file_info = {};
+  file_info->use_defaults = true;
+  file_info->file_separator = '=';
+}
+
+void ConfigFile::ensure_file_info() {
+  if (file_info) return;
+  file_info = new FileInfo;
+  init_file_info();
+}
+
+void ConfigFile::delete_file_info() {
+  if (!file_info) return;
+  delString(file_info->filename, file_info->comments);
+  delString(file_info->user, file_info->group);
+  delete file_info;
+  file_info = nullptr;
+}
+
+void ConfigFile::set_filename(char* adopted) {
+  ensure_file_info();
+  file_info->filename = adopted;
+}
+
+void ConfigFile::set_user(char* adopted) {
+  ensure_file_info();
+  file_info->user = adopted;
+}
+
+void ConfigFile::set_group(char* adopted) {
+  ensure_file_info();
+  file_info->group = adopted;
+}
+
+void ConfigFile::set_comments(char* adopted) {
+  ensure_file_info();
+  file_info->comments = adopted;
+}
+
+void ConfigFile::set_permission(unsigned int permission) {
+  ensure_file_info();
+  file_info->permission = permission;
+}

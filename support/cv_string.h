@@ -1,0 +1,137 @@
+// Texts on the heap, the growable String, searching, and the orders of sorted tables.
+//
+// A text is a NUL-terminated char array from new[]. Whoever receives one from a function below
+// owns it and releases it with delString(). A null pointer and an empty text are different values.
+// Memory that runs out throws; nothing else here does.
+#pragma once
+
+#include <cstdarg>
+
+// --- Making and releasing texts ---
+
+// Releases `s` unless it is null, and sets it to null.
+void delString(char*& s);
+void delString(char*& a, char*& b);
+
+// A copy of `s`; of null, a new empty text.
+char* newString(const char* s);
+
+// A zero-filled array of n + 1 bytes with at most the first n characters of `s`, none if `s` is
+// null: a bounded copy, or a buffer. A negative n counts as 0.
+char* newString(const char* s, int n);
+
+// The `count` texts, `first` and count - 1 further const char*, joined. Null pieces are skipped.
+char* newString(int count, const char* first, ...);
+
+// The printf-style result in a text of just the needed size.
+char* newStringf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+char* newStringv(const char* format, va_list args) __attribute__((format(printf, 1, 0)));
+
+// Appends `s` and "<br>\n" to the text *acc, which is released and replaced.
+void addResult(char** acc, const char* s);
+
+// Replaces `buf` by a zero-filled array of n + 1 bytes with at most n characters of its text, and
+// returns n. newBuffer does so with twice `size`.
+int growBuffer(int n, char*& buf);
+int newBuffer(unsigned int size, char*& buf);
+
+// --- Searching and cutting; `s` must not be null unless it says so ---
+
+// The first `c` in `s`, or its terminating NUL: never null, test the character found.
+const char* findChar(const char* s, char c);
+
+// What follows the n-th `c` in `s`, or null if it has fewer.
+const char* behindChar(const char* s, char c, int n);
+
+// Where the whole `needle` first stands in `s`, or the terminating NUL of `s`. Case counts unless
+// caseSensitive is 0. An empty needle stands at the start.
+const char* findString(const char* s, const char* needle, int caseSensitive);
+
+// The first character of `s` that is no space, tab, carriage return or newline. Null stays null.
+const char* trim(const char* s);
+
+// `s`, or "(null)" for a null one, as messages show it.
+const char* printable(const char* s);
+
+bool startsWith(const char* s, const char* prefix);
+
+// The characters of `s` before the first `stop`, as a new text. `stop` must follow within `max`
+// characters (it may be the one right behind them); otherwise, and for a null `s`, null. With
+// takePartial the text may also end without it, at the end of `s` or after `max` characters.
+char* newStringUntil(const char* s, char stop, int max, int takePartial);
+
+// --- Numbers ---
+
+// Reads the decimal number at `s`, which may follow white space and a sign. False, and `out`
+// untouched, for a null `s` or where no number is. Beyond 64 bits: the nearest one that fits.
+bool setSignedLongLong(const char* s, long long& out);
+
+// The same for an int, moving `s` behind the number. Beyond an int: the nearest one that fits.
+bool readInt(const char*& s, int& out);
+
+// --- Orders: -1, 0 or 1 ---
+//
+// Null and empty texts have fixed places: behind all others, null last, in strcomp, strlencomp,
+// ipcomp and ipv6comp; before all others, null first, in intcomp and longlongcomp.
+
+// By characters as signed values (bytes from 0x80 up come before ASCII); a prefix comes first.
+int strcomp(const char* a, const char* b);
+
+// As strcasecmp(), which may return any number of the right sign; null last, empty first.
+int strcasecomp(const char* a, const char* b);
+
+// By length alone, the shorter first.
+int strlencomp(const char* a, const char* b);
+
+// By the decimal number at the start; no number reads as 0.
+int intcomp(const char* a, const char* b);
+
+// The same, but a text without a number comes first; two of them: the first comes first.
+int longlongcomp(const char* a, const char* b);
+
+// By the four numbers of a dotted IPv4 address, as many as can be read, the others 0.
+int ipcomp(const char* a, const char* b);
+
+// By the eight groups of two full IPv6 addresses; if either is anything else, as ipcomp.
+int ipv6comp(const char* a, const char* b);
+
+// --- The growable text ---
+
+// `buffer` is owned, NUL-terminated and, unless adopted or formatted, one byte larger than
+// `capacity`; length < capacity. A text of length n that does not fit makes the capacity
+// 2 * (n + 1). A String that was taken over by set_raw has no buffer and capacity 0.
+class String {
+ public:
+  char* buffer = nullptr;
+  unsigned long length = 0;
+  unsigned long capacity = 0;
+
+  String();                         // empty, capacity 32
+  String(int copy, char* s);        // copies `s`, or with copy 0 adopts it; null: empty
+  String(String* other, int mode);  // mode 1: a deep copy; else set_raw(*other, mode); null: empty
+  explicit String(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  ~String();
+  String(const String&) = delete;
+  String& operator=(const String&) = delete;
+
+  // Each replaces what was there.
+  void init(const char* s);  // capacity at least 32; null: empty
+  void init(String* other);  // capacity as the other's
+
+  // With copy: copies the other's text. Without: takes over its buffer and leaves it without one;
+  // nothing happens if it has none.
+  void set_raw(String& other, int copy);
+
+  // Replaces the text by the formatted one, whose arguments must not lie in this buffer.
+  void set(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  void empty();                                     // length 0; the buffer stays
+  void new_empty_string();                          // empty, with a new buffer of capacity 32
+  void expand_buff(unsigned long n, short factor);  // capacity n * factor, the text stays
+
+  // The text, owned by this String and valid until it changes; null if it was taken over.
+  const char* operator()() const { return buffer; }
+
+  int cmp(const char* s, bool caseSensitive) const;
+  int cmp(String& s, bool caseSensitive) const;
+};

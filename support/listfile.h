@@ -1,0 +1,107 @@
+// An ordered list of owned elements: texts, address texts or Containers.
+//
+// Elements stand in slots 0 .. count - 1, in ascending order and each once; with kUnsorted as
+// they were appended, repeated ones too. One thread at a time.
+#pragma once
+
+#include <sys/types.h>
+
+class Container;
+class Logging;
+
+class ListFile {
+ public:
+  // Kinds of element, in listType.
+  static constexpr int kTexts = 0;
+  static constexpr int kIpv4Texts = 1;
+  static constexpr int kIpv6Texts = 2;
+  static constexpr int kContainers = 3;
+
+  // Bits of `settings`.
+  static constexpr unsigned char kCaseSensitive = 0x01;
+  static constexpr unsigned char kChanged = 0x02;  // set by addElement
+  static constexpr unsigned char kUnsorted = 0x04;
+  static constexpr unsigned char kDefaultSettings = 0x11;
+
+  Logging* log;    // not owned, may be null
+  char* filename;  // owned, may be null
+  char* text;      // owned; not used here
+  int listType;
+  long long capacity;  // slots; from 64 on it doubles
+  int count;           // elements in use
+  void** elements;     // owned; slots from count on are null
+  long m_time;
+  long m_size;
+  unsigned char settings;
+  char* user;   // owned
+  char* group;  // owned, may be null
+  int permission;
+
+  // `path` may be null. The user attribute becomes "nobody".
+  ListFile(Logging* log_to, const char* path);
+
+  // A deep copy, or of null an empty list. Times, size and settings are not copied.
+  ListFile(Logging* log_to, ListFile* other);
+
+  ~ListFile();
+  ListFile(const ListFile&) = delete;
+  ListFile& operator=(const ListFile&) = delete;
+
+  // Gives every field but the slots its initial value and releases nothing.
+  void init();
+
+  void ensureRoom();
+
+  // Turns the elements of a list of texts into Containers, which adopt them.
+  void set_to_Container_type();
+
+  // The slot of an equal element, or -1. With key_is_container `key` is a Container.
+  int getIndex(const char* key, bool key_is_container);
+
+  // What addElement would store: a copy by the list's kind, or without copy the pointer itself,
+  // which a list of Containers wraps if it is a text.
+  void* get_value_ptr(const char* value, bool copy, bool value_is_container);
+
+  // Adds a text, or with value_is_container a Container, which makes this a list of Containers.
+  // Null, empty and typeless values change nothing. Without copy the list adopts `value`; an
+  // element that the list already has is refused and stays the caller's.
+  void addElement(const char* value, bool copy, bool value_is_container);
+
+  // Orders all elements, or those in slots lo .. hi; equal ones end in no particular order.
+  void sort();
+  void quickSort(int lo, int hi);
+
+  // Releases every element; the slots stay.
+  void empty();
+
+  bool get_setting(unsigned char mask) const { return (settings & mask) != 0; }
+  void set_setting(unsigned char mask, bool on);
+  long get_m_time() const { return m_time; }
+  void set_m_time(long seconds) { m_time = seconds; }
+  long get_m_size() const { return m_size; }
+  void set_m_size(long bytes) { m_size = bytes; }
+  const char* get_filename() const { return filename; }
+  const char* get_user() const { return user; }
+  const char* get_group() const { return group; }
+  int get_permission() const { return permission; }
+
+ private:
+  // What the order of the elements depends on. It can be changed at any time; the next element
+  // added then sorts once.
+  struct Order {
+    int type = kTexts;
+    bool case_sensitive = true;
+    bool operator==(const Order&) const = default;
+  };
+  Order currentOrder() const {
+    return {listType, listType != kTexts || get_setting(kCaseSensitive)};
+  }
+
+  int lfcomp(const void* a, const void* b) const;
+  int compareKey(const char* key, bool key_is_container, void* element) const;
+  void releaseElement(void*& element) const;
+  void placeLast();
+
+  bool sorted_;  // the elements stand in the order sorted_by_
+  Order sorted_by_;
+};
