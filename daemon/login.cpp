@@ -60,7 +60,7 @@ class Calendar {
     Day& day = days_[stamp.month][stamp.day];
     if (day.kind == Day::kUnknown) day = workOut(stamp.month, stamp.day);
     if (day.kind == Day::kChangesClock) return convert(stamp);
-    return day.start + stamp.hour * 3600 + stamp.minute * 60 + stamp.second;
+    return day.start + secondsOf(stamp);
   }
 
  private:
@@ -72,6 +72,10 @@ class Calendar {
   static bool isOrdinary(const Stamp& stamp) {
     return stamp.day >= 1 && stamp.day <= 31 && stamp.hour >= 0 && stamp.hour < 24 &&
            stamp.minute >= 0 && stamp.minute < 60 && stamp.second >= 0 && stamp.second < 60;
+  }
+
+  static time_t secondsOf(const Stamp& stamp) {
+    return (stamp.hour * 60 + stamp.minute) * 60 + stamp.second;
   }
 
   void lookUpToday() {
@@ -100,7 +104,7 @@ class Calendar {
   Day workOut(int month, int day) const {
     const time_t start = convert({month, day, 0, 0, 0});
     for (int hour = 0; hour < 24; ++hour)
-      if (convert({month, day, hour, 59, 59}) != start + hour * 3600 + 3599)
+      if (convert({month, day, hour, 59, 59}) != start + secondsOf({month, day, hour, 59, 59}))
         return {Day::kChangesClock, 0};
     return {Day::kUniform, start};
   }

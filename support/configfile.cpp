@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <vector>
 
 #include "support/cv_string.h"
@@ -59,14 +58,6 @@ void releaseEntry(ParamEntry& entry, bool multi_type) {
 
 char* copyWherePresent(const char* s) {
   return s ? newString(s) : nullptr;
-}
-
-// Puts the pointer at `from` at `to`, which is not behind it; those between move back by one.
-template <typename T>
-void moveForward(T** slots, long long from, long long to) {
-  T* moved = slots[from];
-  memmove(slots + to + 1, slots + to, static_cast<size_t>(from - to) * sizeof *slots);
-  slots[to] = moved;
 }
 
 }  // namespace
@@ -169,8 +160,8 @@ struct ConfigFile::Name {
   Name(const ParamEntry& entry) : text(entry.name), lead(entry.lead) {}
 };
 
-int ConfigFile::compareNames(const ParamEntry& entry, const Name& name) const {
-  if (!char_case) return strcasecomp(entry.name, name.text);
+int ConfigFile::compareNames(const ParamEntry& entry, const Name& name, bool by_case) {
+  if (!by_case) return strcasecomp(entry.name, name.text);
   if (entry.lead != name.lead) return entry.lead < name.lead ? -1 : 1;
   return strcomp(entry.name, name.text);
 }
@@ -187,7 +178,7 @@ long long ConfigFile::bisect(const Name& name, const char* value, long long lo,
                              long long hi) const {
   while (lo <= hi) {
     const long long mid = (lo + hi) / 2;
-    int c = compareNames(*params[mid], name);
+    int c = compareNames(*params[mid], name, char_case);
     if (c == 0 && value) c = compareValues(*params[mid], value);
     if (c == 0) return mid;
     if (c < 0)
@@ -201,14 +192,15 @@ long long ConfigFile::bisect(const Name& name, const char* value, long long lo,
 long long ConfigFile::findLinearly(const Name& name, const char* value) const {
   for (long long i = 0; i < param; ++i) {
     const ParamEntry& entry = *params[i];
-    if (!entry.name || compareNames(entry, name) != 0) continue;
+    if (!entry.name || compareNames(entry, name, char_case) != 0) continue;
     if (!value || (isText(entry.owned_as) && compareValues(entry, value) == 0)) return i;
   }
   return -1;
 }
 
 // As getIndex(), but a slot of the recent run may be moved by the next insertion.
-long long ConfigFile::find(const Name& name, const char* value) const {
+long long ConfigFile::find(const Name& name, const char* value) {
+  if (!mayGather()) settle();
   if (!name.text || param == 0) return -1;
   if (wait_to_sort) return findLinearly(name, value);
   const long long i = bisect(name, value, 0, settled_ - 1);
@@ -226,7 +218,7 @@ char* ConfigFile::getValue(const char* name) {
   static char lf_str[] = "ListFile";
   const long long i = find(name, nullptr);
   if (i == -1) return nullptr;
-  switch (get_type_at(i)) {
+  switch (multi_type ? params[i]->type : kTextValue) {
     case kConfigFileValue:
       return cf_str;
     case kLongIntegerValue:
@@ -249,6 +241,7 @@ char* ConfigFile::getValueAt(long long i) {
 }
 
 int ConfigFile::get_type_at(long long i) {
+  settle();
   return multi_type ? params[i]->type : kTextValue;
 }
 
@@ -270,6 +263,7 @@ bool ConfigFile::setParam(const char* name, const char* value, bool copy, int ty
                           bool allow_empty_name) {
   if (!name || (*name == '\0' && !allow_empty_name)) return false;
   changed = true;
+  if (!mayGather()) settle();
   const long long found = wait_to_sort ? -1 : find(name, duplicate ? value : nullptr);
   if (found != -1 && !value) return true;
 
@@ -308,15 +302,13 @@ void ConfigFile::deleteParam(const char* name, const char* value) {
   else
     closeGap(i);
   --param;
-  if (wait_to_sort || !gathering_) settled_ = param;
+  if (!mayGather()) settled_ = param;
   if (!wait_to_sort && !inOrder()) sort();
 }
 
 // Moves the emptied record at i behind all entries in use.
 void ConfigFile::closeGap(long long i) {
-  ParamEntry* emptied = params[i];
-  memmove(params + i, params + i + 1, static_cast<size_t>(param - 1 - i) * sizeof *params);
-  params[param - 1] = emptied;
+  std::rotate(params + i, params + i + 1, params + param);
   if (i < settled_) --settled_;
 }
 
@@ -371,7 +363,7 @@ int ConfigFile::compareInOrder(const ParamEntry& entry, const Name& name, const 
       c = strlencomp(entry.name, name.text);
       break;
     default:
-      c = compareNames(entry, name);
+      c = compareNames(entry, name, char_case);
   }
   return c == 0 && duplicate ? compareValues(entry, value) : c;
 }
@@ -397,24 +389,31 @@ void ConfigFile::placeLast() {
     sort();
   } else {
     const long long last = param - 1;
-    moveForward(params, last, placeFor(*params[last], gathering_ ? settled_ : 0, last));
-    if (!gathering_ || param - settled_ > kMostRecent) settle();
+    const bool waits = mayGather();
+    const long long place = placeFor(*params[last], waits ? settled_ : 0, last);
+    std::rotate(params + place, params + last, params + param);
+    if (!waits)
+      settled_ = param;
+    else if (param - settled_ > kMostRecent)
+      settle();
   }
 }
 
 // Merges the recent run with the entries before it, from the back, so that each of these moves
-// once.
+// once. The settings may have changed meanwhile: the order is that in which all of them stand.
 void ConfigFile::settle() {
   if (settled_ == param) return;
   const std::vector<ParamEntry*> recent(params + settled_, params + param);
-  long long end = param;
+  ParamEntry** end = params + param;
+  ParamEntry** settled = params + settled_;
   for (auto entry = recent.rbegin(); entry != recent.rend(); ++entry) {
-    const long long place = placeFor(**entry, 0, settled_);
-    const long long later = settled_ - place;
-    end -= later + 1;
-    memmove(params + end + 1, params + place, static_cast<size_t>(later) * sizeof *params);
-    params[end] = *entry;
-    settled_ = place;
+    ParamEntry** const place =
+        std::upper_bound(params, settled, *entry, [this](const ParamEntry* a, const ParamEntry* b) {
+          return compareNames(*a, *b, sorted_by_.char_case) < 0;
+        });
+    end = std::move_backward(place, settled, end);
+    *--end = *entry;
+    settled = place;
   }
   settled_ = param;
 }
@@ -425,6 +424,7 @@ void ConfigFile::gather(bool on) {
 }
 
 void ConfigFile::sort() {
+  settle();
   quickSort(0, param - 1);
   sorted_ = true;
   sorted_by_ = currentOrder();
@@ -432,6 +432,7 @@ void ConfigFile::sort() {
 }
 
 void ConfigFile::quickSort(long long lo, long long hi) {
+  settle();
   sorted_ = inOrder();
   while (lo < hi) {
     const ParamEntry& pivot = *params[(lo + hi) / 2];
@@ -455,6 +456,7 @@ void ConfigFile::quickSort(long long lo, long long hi) {
 }
 
 bool ConfigFile::move_params(long long from, long long to) {
+  settle();
   const char* refusal = nullptr;
   if (from == to)
     refusal = "from matches to";
@@ -485,6 +487,7 @@ bool ConfigFile::move_params(long long from, long long to) {
 }
 
 void ConfigFile::shift_down_from(long long i) {
+  settle();
   if (params[i]->name) return;
   for (long long from = i + 1; from < size; ++from)
     if (params[from]->name && move_params(from, i)) ++i;

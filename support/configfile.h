@@ -69,9 +69,9 @@ class ConfigFile {
   bool lockit;
   char* caller_location;  // owned, may be null
 
-  // `filename` may be null; `size` is taken as given, and throws std::bad_array_new_length when
-  // negative. The user attribute becomes "nobody".
-  ConfigFile(Logging* log, const char* filename, long long size);
+  // `filename` may be null. The number of slots is taken as given; a negative one throws
+  // std::bad_array_new_length. The user attribute becomes "nobody".
+  ConfigFile(Logging* log, const char* filename, long long slots);
 
   // A deep copy of another table, or of none an empty one of 16 slots. Order settings and
   // `changed` are not copied, integers in the value word become null, and file name and comments
@@ -163,14 +163,20 @@ class ConfigFile {
   Order currentOrder() const { return {sort_type, char_case, duplicate}; }
   bool inOrder() const { return sorted_ && sorted_by_ == currentOrder(); }
 
+  // Entries wait in the recent run only while they stand by unique names. A member that sees the
+  // table any other way calls settle() first.
+  bool mayGather() const {
+    return gathering_ && !wait_to_sort && inOrder() && sort_type == 0 && !duplicate;
+  }
+
   void allocateSlots();
   void fillSlots(ParamEntry** slots, long long from, long long to);
   char* newValue(const char* value, bool copy, int type);
   struct Name;
-  int compareNames(const ParamEntry& entry, const Name& name) const;
+  static int compareNames(const ParamEntry& entry, const Name& name, bool by_case);
   static int compareValues(const ParamEntry& entry, const char* value);
   int compareInOrder(const ParamEntry& entry, const Name& name, const char* value) const;
-  long long find(const Name& name, const char* value) const;
+  long long find(const Name& name, const char* value);
   long long bisect(const Name& name, const char* value, long long lo, long long hi) const;
   long long findLinearly(const Name& name, const char* value) const;
   long long placeFor(const ParamEntry& entry, long long lo, long long hi) const;

@@ -164,7 +164,7 @@ int Container::comp_i(int v) const {
   return comp_type(kInteger);
 }
 
-int Container::comp_ll(long long* p) const {
+int Container::comp_ll(const long long* p) const {
   if (type == kLongLong) return order(*data.ll, *p);
   if (type == kInteger) return order<long long>(data.i, *p);
   if (type == kDouble) return order(data.d, static_cast<double>(*p));

@@ -63,7 +63,7 @@ class Container {
   int comp_str(String* text, bool case_sensitive) const;
   int comp_cf(ConfigFile* cf) const;
   int comp_i(int v) const;
-  int comp_ll(long long* p) const;
+  int comp_ll(const long long* p) const;
   int comp_lf(ListFile* lf) const;
   int comp_d(double v) const;
   static int comp_void(void* a, void* b);

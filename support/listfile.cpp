@@ -1,7 +1,6 @@
 #include "support/listfile.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "support/container.h"
 #include "support/cv_string.h"
@@ -209,8 +208,7 @@ void ListFile::placeLast() {
     else
       lo = mid + 1;
   }
-  memmove(elements + lo + 1, elements + lo, static_cast<size_t>(count - 1 - lo) * sizeof *elements);
-  elements[lo] = added;
+  std::rotate(elements + lo, elements + count - 1, elements + count);
 }
 
 void ListFile::sort() {

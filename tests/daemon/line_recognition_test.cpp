@@ -1,0 +1,130 @@
+// Every sample line, in tests/lines and in the recordings, does what is written beside it.
+
+#include "daemon/line_recognition.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+
+#include "daemon/state.h"
+#include "test_files.h"
+
+namespace {
+
+using Table = std::map<std::string, std::string>;
+
+Table entriesOf(ConfigFile& table) {
+  Table content;
+  for (long long i = 0; i < table.param; ++i) content[table.getNameAt(i)] = table.getValueAt(i);
+  return content;
+}
+
+std::string stampOfNow() {
+  const time_t now = time(nullptr);
+  char stamp[32];
+  strftime(stamp, sizeof stamp, "%b %e %H:%M:%S", localtime(&now));
+  return stamp;
+}
+
+void startAfresh() {
+  host_list.empty();
+  user_list.empty();
+  process_ips.empty();
+}
+
+// What the line does to the tables, one effect a line.
+std::string effectsOf(const std::string& line) {
+  host_list.empty();
+  user_list.empty();
+  Table processes = entriesOf(process_ips);
+  parseLine(line.c_str());
+
+  std::string effects;
+  const Table users = entriesOf(user_list);
+  for (const auto& [ip, when] : entriesOf(host_list)) {
+    const auto user = users.find(ip);
+    effects += "  admit " + ip + (user == users.end() ? "" : " " + user->second) + "\n";
+  }
+  for (const auto& [pid, text] : entriesOf(process_ips)) {
+    if (processes[pid] != text || text.empty()) effects += "  process " + pid + " " + text + "\n";
+    processes.erase(pid);
+  }
+  for (const auto& [pid, text] : processes) effects += "  forget " + pid + "\n";
+  return effects;
+}
+
+// A file of blocks, each starting afresh: a line (without stamp and host, or whole behind a '|'),
+// and under it, indented, its effects.
+void checkFile(const std::string& path) {
+  startAfresh();
+  const std::vector<std::string> text = linesOf(contentOf(path));
+  for (size_t i = 0; i < text.size();) {
+    const size_t row = i + 1;
+    const std::string& line = text[i++];
+    if (line.empty()) startAfresh();
+    if (line.empty() || line[0] == '#') continue;
+    std::string wanted;
+    while (i < text.size() && text[i].starts_with("  ")) wanted += text[i++] + "\n";
+    const bool whole = line[0] == '|';
+    EXPECT_EQ(effectsOf(whole ? line.substr(1) : stampOfNow() + " mail " + line), wanted)
+        << path << ":" << row << ": " << line;
+  }
+}
+
+}  // namespace
+
+TEST(LineRecognition, SampleLinesDoWhatIsWrittenUnderThem) {
+  int files = 0;
+  for (const auto& file : std::filesystem::directory_iterator(SAMPLE_LINES)) {
+    checkFile(file.path());
+    ++files;
+  }
+  EXPECT_GT(files, 0);
+}
+
+TEST(LineRecognition, RecordingsAdmitWhoeverLoggedInAndNobodyElse) {
+  const std::string recording = std::string(RECORDINGS) + "/dovecot-2.3-default";
+  const std::vector<std::string> lines = linesOf(contentOf(recording + ".log"));
+  const std::vector<std::string> expected = linesOf(contentOf(recording + ".expect"));
+  ASSERT_EQ(lines.size(), expected.size());
+  startAfresh();
+  for (size_t i = 0; i < lines.size(); ++i) {
+    const std::string wanted =
+        expected[i].starts_with("admit ") ? "  " + expected[i] + "\n" : std::string();
+    const std::string fresh = stampOfNow() + lines[i].substr(stampOfNow().size());
+    EXPECT_EQ(effectsOf(fresh), wanted) << recording << ".log:" << i + 1;
+  }
+}
+
+// A crash or a half-written line may end a line anywhere: harmless, and never somebody else's
+// address. (Under the sanitizers this also shows that no step looks beyond the end.)
+TEST(LineRecognition, ALineCutAnywhereAdmitsNobodyElse) {
+  for (const auto& file : std::filesystem::directory_iterator(SAMPLE_LINES)) {
+    for (const std::string& text : linesOf(contentOf(file.path()))) {
+      if (text.empty() || text[0] == '#' || text[0] == ' ') continue;
+      const std::string line = text[0] == '|' ? text.substr(1) : stampOfNow() + " mail " + text;
+      startAfresh();
+      const std::string whole = effectsOf(line);
+      for (size_t length = 0; length < line.size(); ++length) {
+        startAfresh();
+        const std::string cut = effectsOf(line.substr(0, length));
+        if (cut.starts_with("  admit ")) {
+          const std::string address = cut.substr(8, cut.find_first_of(" \n", 8) - 8);
+          EXPECT_NE(whole.find("  admit " + address), std::string::npos) << line << ": " << length;
+        }
+      }
+    }
+  }
+}
+
+TEST(LineRecognition, StandaloneModeTracesConnectionsAndEnds) {
+  is_daemon = 0;
+  testing::internal::CaptureStdout();
+  effectsOf(stampOfNow() + " mail vm-pop3d[12]: Connect from 192.0.2.7");
+  effectsOf(stampOfNow() + " mail imapd[13]: imap service init from 192.0.2.8");
+  effectsOf(stampOfNow() + " mail vm-pop3d[12]: Session ended");
+  is_daemon = 1;
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "gCD: pid:12 192.0.2.7\ngCD: pid:13 192.0.2.8\nremoving pid 12\n");
+}

@@ -1,0 +1,135 @@
+"""The running daemon, whole, on its real paths inside a private namespace."""
+
+import os
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+PROJECT = Path(__file__).resolve().parents[2]
+LOG = "/var/log/mail.log"
+HOSTS = "/etc/virtual/pophosts"
+USERS = "/etc/virtual/pophosts_user"
+ACTIVITY = "/var/log/corvane/cv-popb4smtp.log"
+PID_FILE = "/run/cv-popb4smtp.pid"
+
+
+class Machine:
+    """Private namespaces and the daemon in them; all of it ends with the scenario."""
+
+    def __init__(self, directory):
+        # It lives until its standard input ends: also when this process is killed.
+        self.holder = subprocess.Popen(
+            [PROJECT / "scripts/in-private-namespace", "sh", "-c", "echo ready; cat"],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        if self.holder.stdout.readline() != "ready\n":
+            if self.holder.wait() == 77:
+                pytest.skip("no private namespace to be had")
+            pytest.fail("the private namespace could not be made")
+        children = Path(f"/proc/{self.holder.pid}/task/{self.holder.pid}/children")
+        self.first_process = children.read_text().split()[0]
+        self.root = Path(f"/proc/{self.first_process}/root")
+        self.directory = directory
+        self.modified = int(time.time()) + 60
+        self.standalone = None
+
+    def close(self):
+        self.holder.stdin.close()
+        self.holder.wait()
+
+    def command(self, *arguments):
+        return ["nsenter", "--target", self.first_process, "--mount", "--pid", *arguments]
+
+    def run(self, *arguments):
+        """Runs the daemon until its first process ends: status, and what it printed."""
+        result = subprocess.run(self.command(os.environ["DAEMON"], *arguments), text=True,
+                                stdin=subprocess.DEVNULL, capture_output=True, timeout=20)
+        return result.returncode, result.stdout + result.stderr
+
+    def start(self, *arguments):
+        """Starts the daemon in the background; returns its process id in the namespace."""
+        assert self.run(*arguments) == (0, "")
+        return int(self.wait_for(lambda: self.read(PID_FILE)))
+
+    def kill(self, pid):
+        """Ends a process of the namespace at once, and waits until it has gone."""
+        subprocess.run(self.command("kill", "-KILL", str(pid)), check=True)
+        self.wait_for(lambda: not self.path(f"/proc/{pid}").exists())
+
+    def start_standalone(self, *arguments):
+        """Starts the daemon in the foreground, printing into a file; see printed()."""
+        with open(self.directory / "printed", "wb") as printed:
+            self.standalone = subprocess.Popen(self.command(os.environ["DAEMON"], "s", *arguments),
+                                               stdin=subprocess.DEVNULL, stdout=printed)
+
+    def printed(self):
+        return (self.directory / "printed").read_text()
+
+    def path(self, name):
+        return self.root / name.lstrip("/")
+
+    def read(self, name):
+        """The content of a file, or None if it isn't there."""
+        try:
+            return self.path(name).read_text(errors="surrogateescape")
+        except FileNotFoundError:
+            return None
+
+    def write(self, name, content):
+        self.path(name).parent.mkdir(parents=True, exist_ok=True)
+        self.path(name).write_text(content)
+
+    def touch(self, name=LOG):
+        """Moves a log's modification time on, as seconds that pass would."""
+        self.modified += 1
+        os.utime(self.path(name), (self.modified, self.modified))
+
+    def append(self, content, name=LOG):
+        with open(self.path(name), "a") as file:
+            file.write(content)
+        self.touch(name)
+
+    def activity(self):
+        """The messages in the activity log, without their stamps."""
+        return [line[21:] for line in (self.read(ACTIVITY) or "").splitlines()]
+
+    def hosts(self):
+        return (self.read(HOSTS) or "").split()
+
+    @staticmethod
+    def wait_for(condition, seconds=15):
+        """What the condition gives once it holds; fails if it doesn't in time."""
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            found = condition()
+            if found:
+                return found
+            time.sleep(0.05)
+        pytest.fail(f"not within {seconds} seconds: {condition.__code__.co_names}")
+        return None
+
+    def wait_for_cycles(self, cycles):
+        """Lets the daemon look at its log that often: seen by a log that's not there."""
+        name = self.path(LOG)
+        away = name.with_name("away")
+        before = self.activity().count(MISSING)
+        name.rename(away)
+        self.wait_for(lambda: self.activity().count(MISSING) >= before + cycles)
+        away.rename(name)
+
+
+MISSING = f"Cannot stat: {LOG} : No such file or directory"
+
+
+def login(address, user="bob", age=0, text="dovecot: imap-login: Login: user=<{user}>, "
+          "method=PLAIN, rip={address}, lip=10.77.0.1, mpid=38, session=<x>"):
+    stamp = time.strftime("%b %e %H:%M:%S", time.localtime(time.time() - age))
+    return f"{stamp} mail {text.format(user=user, address=address)}\n"
+
+
+@pytest.fixture
+def machine(tmp_path):
+    made = Machine(tmp_path)
+    yield made
+    made.close()

@@ -1,0 +1,108 @@
+"""Starting: the command line, the pid file, going into the background."""
+
+import os
+import re
+
+import pytest
+from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, USERS, login
+
+USAGE = ("Usage: {program} <option>\n"
+         "options (optional):\n"
+         "\ts: run in standalone mode, used for debugging, to see whats going on.\n"
+         "\tt <num>: set the timeout, where <num> is a number, in minutes. Default: {minutes}\n"
+         "\tf <file>: file to parse (default: {log})\n"
+         "\t?: help, this screen\n")
+
+
+@pytest.mark.parametrize("arguments, minutes", [
+    (["?"], 30), (["x"], 30), ([""], 30), (["-t", "5"], 30), (["-s"], 30), (["t"], 30),
+    (["f"], 30), (["s", "t", "5", "f"], 5), (["t", "7", "x"], 7), (["t", "abc", "x"], 0),
+    (["t", "12x", "x"], 12), (["t", "-3", "x"], -3)])
+def test_anything_else_prints_the_usage_text_and_ends_with_5(machine, arguments, minutes):
+    status, printed = machine.run(*arguments)
+    text = USAGE.format(program=os.environ["DAEMON"], minutes=minutes, log=LOG)
+    assert (status, printed[-len(text):]) == (5, text)
+    # Messages are printed only once an `s` has come.
+    assert printed == text or arguments[0] == "s"
+
+
+def test_the_default_log_is_maillog_where_there_is_one(machine):
+    machine.write("/var/log/maillog", login("192.0.2.7"))
+    machine.write(LOG, login("192.0.2.8"))
+    assert "(default: /var/log/maillog)" in machine.run("?")[1]
+    machine.start()
+    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
+
+
+def test_standalone_mode_stays_and_prints_each_line_at_once(machine):
+    machine.write("/var/log/other", "")
+    machine.start_standalone("t", "45", "f", "/var/log/absent", "f", "/var/log/other")
+    stamp = r"\d{4}:\d\d:\d\d-\d\d:\d\d:\d\d: "
+    expected = (f"{stamp}Using set timeout value: 45 minutes\n"
+                f"{stamp}Using set log file: /var/log/absent\n"
+                f"{stamp}Warning: logfile '/var/log/absent' does not exist\n"
+                f"{stamp}Using set log file: /var/log/other\n"
+                "Log has been updated, scanning from 0\n")
+    machine.wait_for(lambda: re.fullmatch(expected, machine.printed()))
+    machine.append(login("192.0.2.7"), "/var/log/other")
+    machine.wait_for(lambda: machine.printed().endswith("scanning from 0\nAdding bob 192.0.2.7\n"))
+    assert machine.standalone.poll() is None
+    assert machine.read(PID_FILE) is None
+    assert len(re.findall(stamp, machine.read(ACTIVITY))) == 4
+
+
+@pytest.mark.parametrize("content", [
+    None, "", "0", "garbage", "-1\n", "999999\n", "99999999999999999999\n"])
+def test_a_stale_pid_file_is_replaced(machine, content):
+    if content is not None:
+        machine.write(PID_FILE, content)
+    machine.write(LOG, "")
+    assert machine.run("f", LOG) == (0, "")
+    machine.wait_for(lambda: re.fullmatch(r"[1-9]\d*\n", machine.read(PID_FILE) or "")
+                     and machine.read(PID_FILE) != content)
+
+
+def test_a_second_daemon_does_not_start(machine):
+    machine.write(LOG, "")
+    pid = machine.start()
+    text = f"Cannot start.  PID {pid} is already running."
+    assert machine.run() == (1, text + "\n")
+    assert machine.activity() == [text]
+    machine.write(PID_FILE, f"  {pid}x")
+    assert machine.run() == (1, text + "\n"), "as scanf reads a number"
+
+
+def test_a_pid_file_that_cannot_be_written_is_reported(machine):
+    machine.path(PID_FILE).mkdir()
+    machine.write(LOG, login("192.0.2.7"))
+    assert machine.run() == (0, "")
+    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
+    assert machine.activity() == ["Error creating pid file"]
+
+
+def test_the_background_has_its_own_session_and_nothing_to_print_on(machine):
+    machine.write(LOG, "")
+    pid = machine.start("t", "5")
+    machine.wait_for(lambda: machine.read(HOSTS) is not None)
+    process = f"/proc/{pid}"
+    assert os.listdir(machine.path(process + "/fd")) == []
+    status = machine.read(process + "/stat").rsplit(")", 1)[1].split()
+    assert status[3] == str(pid), "leads a session"
+    assert status[1] == "1", "its parent has gone"
+    assert machine.activity() == ["Using set timeout value: 5 minutes"]
+
+
+def test_what_is_printed_in_the_background_reaches_no_file(machine, monkeypatch):
+    """A library that prints while descriptor 1 is a host file, the activity log or a record."""
+    monkeypatch.setenv("LD_PRELOAD", os.environ["STRAY_PRINT"])
+    monkeypatch.setenv("ASAN_OPTIONS", "verify_asan_link_order=0")
+    machine.write(LOG, login("192.0.2.7") + login("192.0.2.8") + "no date at all dovecot: "
+                  "imap-login: Login:\n")
+    assert machine.run()[0] == 0
+    machine.wait_for(lambda: machine.read(USERS))
+    machine.append("")
+    machine.wait_for_cycles(2)
+    assert machine.read(HOSTS) == "192.0.2.7\n192.0.2.8\n"
+    assert machine.read(USERS) == "192.0.2.7: bob\n192.0.2.8: bob\n"
+    assert "stray" not in machine.read(ACTIVITY)
+    assert "stray" not in machine.read(PID_FILE)

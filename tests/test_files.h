@@ -1,0 +1,35 @@
+// Reading what the code under test has written.
+#pragma once
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "daemon/paths.h"
+
+inline std::string contentOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void write(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+inline std::vector<std::string> linesOf(const std::string& content) {
+  std::istringstream stream(content);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+// The messages in the activity log, without their stamps, since the last call.
+inline std::vector<std::string> newActivity() {
+  std::vector<std::string> messages;
+  for (const std::string& line : linesOf(contentOf(kActivityLog)))
+    messages.push_back(line.substr(std::string("YYYY:MM:DD-HH:MM:SS: ").size()));
+  remove(kActivityLog);
+  return messages;
+}
