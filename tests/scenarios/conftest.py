@@ -39,7 +39,7 @@ class Machine:
         self.holder.wait()
 
     def command(self, *arguments):
-        return ["nsenter", "--target", self.first_process, "--mount", "--pid", *arguments]
+        return ["nsenter", "--target", self.first_process, "--mount", "--root", "--pid", *arguments]
 
     def run(self, *arguments):
         """Runs the daemon until its first process ends: status, and what it printed."""
