@@ -41,10 +41,11 @@ class Machine:
     def command(self, *arguments):
         return ["nsenter", "--target", self.first_process, "--mount", "--root", "--pid", *arguments]
 
-    def run(self, *arguments):
+    def run(self, *arguments, environment=()):
         """Runs the daemon until its first process ends: status, and what it printed."""
-        result = subprocess.run(self.command(os.environ["DAEMON"], *arguments), text=True,
-                                stdin=subprocess.DEVNULL, capture_output=True, timeout=20)
+        command = self.command("env", *environment, os.environ["DAEMON"], *arguments)
+        result = subprocess.run(command, text=True, stdin=subprocess.DEVNULL, capture_output=True,
+                                timeout=20)
         return result.returncode, result.stdout + result.stderr
 
     def start(self, *arguments):

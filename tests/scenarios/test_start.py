@@ -92,13 +92,12 @@ def test_the_background_has_its_own_session_and_nothing_to_print_on(machine):
     assert machine.activity() == ["Using set timeout value: 5 minutes"]
 
 
-def test_what_is_printed_in_the_background_reaches_no_file(machine, monkeypatch):
+def test_what_is_printed_in_the_background_reaches_no_file(machine):
     """A library that prints while descriptor 1 is a host file, the activity log or a record."""
-    monkeypatch.setenv("LD_PRELOAD", os.environ["STRAY_PRINT"])
-    monkeypatch.setenv("ASAN_OPTIONS", "verify_asan_link_order=0")
     machine.write(LOG, login("192.0.2.7") + login("192.0.2.8") + "no date at all dovecot: "
                   "imap-login: Login:\n")
-    assert machine.run()[0] == 0
+    assert machine.run(environment=["LD_PRELOAD=" + os.environ["STRAY_PRINT"],
+                                    "ASAN_OPTIONS=verify_asan_link_order=0"])[0] == 0
     machine.wait_for(lambda: machine.read(USERS))
     machine.append("")
     machine.wait_for_cycles(2)
