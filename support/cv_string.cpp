@@ -192,20 +192,22 @@ char* newStringUntil(const char* s, char stop, int max, int takePartial) {
 }
 
 bool setSignedLongLong(const char* s, long long& out) {
-  if (!s) return false;
+  return s && readLongLong(s, out);
+}
+
+bool readLongLong(const char*& s, long long& out) {
   char* end = nullptr;
   const long long number = strtoll(s, &end, 10);
   if (end == s) return false;
   out = number;
+  s = end;
   return true;
 }
 
 bool readInt(const char*& s, int& out) {
-  char* end = nullptr;
-  const long number = strtol(s, &end, 10);
-  if (end == s) return false;
-  out = static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
-  s = end;
+  long long number = 0;
+  if (!readLongLong(s, number)) return false;
+  out = static_cast<int>(std::clamp<long long>(number, INT_MIN, INT_MAX));
   return true;
 }
 

@@ -66,7 +66,10 @@ char* newStringUntil(const char* s, char stop, int max, int takePartial);
 // untouched, for a null `s` or where no number is. Beyond 64 bits: the nearest one that fits.
 bool setSignedLongLong(const char* s, long long& out);
 
-// The same for an int, moving `s` behind the number. Beyond an int: the nearest one that fits.
+// The same, moving `s` behind the number.
+bool readLongLong(const char*& s, long long& out);
+
+// The same for an int. Beyond an int: the nearest one that fits.
 bool readInt(const char*& s, int& out);
 
 // --- Orders: -1, 0 or 1 ---

@@ -1,8 +1,11 @@
 // Files, accounts and the effective identity.
 //
 // Results are 1 or true for success and 0 or false for failure unless a function says otherwise.
-// Reasons are reported through the Logging object, or left in system_res.
+// Reasons are reported through the Logging object, where null counts as a default-constructed one,
+// or left in system_res.
 #pragma once
+
+#include <sys/stat.h>
 
 #include <cstdio>
 
@@ -59,3 +62,48 @@ int setUserPriv(Logging* log, const char* user, int report);
 
 // Makes root the effective user and group.
 int setRootPriv();
+
+// --- Folders and owners ---
+
+// Makes a folder with just this mode, whatever the umask. 1 made, 2 there before, 0 failed with the
+// reason in errno and system_res. With `owner` it then gets that owner, also if it was there
+// before. With clear_result system_res is emptied first.
+int createDir(Logging* log, const char* path, const char* owner, unsigned int mode,
+              bool clear_result);
+
+// Gives a file or folder another owner and group; -1 leaves the one it has. A link is itself given,
+// never what it points at. 1 when done, or when nothing is to do; 0 when refused or failed.
+// refuse_hard_links: a file of several links is refused. required_uid and required_gid: the owner
+// and group it must have before, -1 for any. secure: it is renamed for the moment of the change, so
+// that nobody can exchange it between the check and the change.
+int setOwner(Logging* log, const char* path, int uid, int gid, int refuse_hard_links, bool secure,
+             int required_uid, int required_gid);
+
+// The same by names: the user's own id and primary group (an unknown user is refused), or a user
+// and a group, where an unknown or null name counts as 9999; null required names are any.
+int setOwner(Logging* log, const char* path, const char* user, int refuse_hard_links, bool secure);
+int setOwner(Logging* log, const char* path, const char* user, const char* group,
+             int refuse_hard_links, bool secure, const char* required_user,
+             const char* required_group);
+
+// Whether owner and group match; -1 is any. By path, links followed, at least one must be asked
+// for.
+int isOwner(struct stat& status, unsigned int uid, unsigned int gid);
+int isOwner(Logging* log, const char* path, unsigned int uid, unsigned int gid);
+
+// How many links a file has if it has several, else 0; of a folder 0.
+int isHardLink(struct stat& status);
+
+// --- Random names ---
+
+void randseed();  // from the time; getRandString() does so each time
+
+// A letter or digit; with `special` any printable ASCII but blank, '/' and '\'.
+char getRandChar(bool special);
+
+// `length` of these as a new text.
+char* getRandString(int length, bool special);
+
+// `path`, a dot and eight letters or digits, as a new text: a name that is free, or null, with an
+// error message, if nineteen were not.
+char* get_random_temp_file(Logging* log, const char* path);
