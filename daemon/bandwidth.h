@@ -1,6 +1,12 @@
 // The traffic of ended Dovecot sessions.
 #pragma once
 
-// Takes note of a session that ended at `when`, in seconds since the epoch. `message` is Dovecot's,
-// from "pop3(" or "imap(" on. Traffic is not recorded yet: this does nothing.
+// Appends the record of a session that ended at `when`, in seconds since the epoch, to the file
+// dovecot.bytes in /etc/virtual/DOMAIN or /usr/local/corvane/data/users/NAME:
+//
+//   TOTAL=type=pop|imap&inbound=BYTES&outbound=BYTES&email=NAME&log_time=SECONDS
+//
+// `message` is Dovecot's, from "pop3(" or "imap(" on. One that is no end of a session, or names no
+// byte counts, or whose user has no folder, is passed over in silence; a file that cannot be
+// opened is reported in the activity log.
 void log_dovecot_bandwidth(const char* message, long when);

@@ -1,5 +1,74 @@
 #include "daemon/last_login.h"
 
-void log_last_login(const char* /*who*/, const char* /*ip*/, long /*when*/) {}
+#include <fcntl.h>
 
-void write_last_logins() {}
+#include <cerrno>
+#include <cstring>
+
+#include "daemon/activity_log.h"
+#include "daemon/paths.h"
+#include "daemon/record_file.h"
+#include "daemon/state.h"
+#include "support/cv_string.h"
+#include "support/owned_text.h"
+#include "support/system.h"
+
+namespace {
+
+bool exists(const std::string& path) {
+  return pathExists(path.c_str(), 0, true, true) != 0;
+}
+
+// Makes sure that the folder for the last logins of a domain is there. False, with a message, if
+// it cannot be.
+bool haveFolder(const std::string& folder, const LoginName& name) {
+  if (exists(folder)) return true;
+  const std::string domain_folder = std::string(kDomains) + "/" + name.domain;
+  if (!exists(domain_folder)) {
+    log("write_last_logins: could not find %s to log %s@%s", domain_folder.c_str(),
+        name.local.c_str(), name.domain.c_str());
+    return false;
+  }
+  if (!createDir(&logging, folder.c_str(), nullptr, 0770, true)) {
+    log("write_last_logins: unable to create %s: %s", folder.c_str(), strerror(errno));
+    return false;
+  }
+  // The record is written either way.
+  setOwner(&logging, folder.c_str(), "root", "mail", 1, false, nullptr, nullptr);
+  return true;
+}
+
+// The file for a login name, empty if it can have none.
+std::string recordPath(const LoginName& name) {
+  if (name.is_virtual) {
+    const std::string folder = std::string(kDomains) + "/" + name.domain + "/last_login";
+    return haveFolder(folder, name) ? folder + "/" + name.local : "";
+  }
+  const std::string folder = kPanelUsers + name.local;
+  return exists(folder) ? folder + "/last_login" : "";
+}
+
+void writeLastLogin(const char* who, const char* record) {
+  if (refuseName("write_last_logins", who)) return;
+  const LoginName name(who);
+  const std::string path = recordPath(name);
+  if (path.empty()) return;
+  if (!writeRecord(path.c_str(), O_TRUNC, record)) {
+    log("Cannot open %s for logging last login", path.c_str());
+    return;
+  }
+  trace("last_login: %s@%s '%s'\n", name.local.c_str(),
+        name.is_virtual ? name.domain.c_str() : "(null)", record);
+}
+
+}  // namespace
+
+void log_last_login(const char* who, const char* ip, long when) {
+  OwnedText record(newStringf("when=%lld&ip=%s", static_cast<long long>(when), ip));
+  if (last_login.setParam(who, record.get(), false, 1, false)) record.release();
+}
+
+void write_last_logins() {
+  for (long long i = 0; i < last_login.param; ++i)
+    writeLastLogin(last_login.getNameAt(i), last_login.getValueAt(i));
+}

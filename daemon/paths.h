@@ -7,3 +7,8 @@ constexpr char kMailLog[] = "/var/log/maillog";            // followed if it exi
 constexpr char kMailLogOtherwise[] = "/var/log/mail.log";  // followed if not
 constexpr char kHostFile[] = "/etc/virtual/pophosts";
 constexpr char kUserFile[] = "/etc/virtual/pophosts_user";
+
+// Records of users. Each domain has a folder of its name below the first, each panel user below the
+// second; only a domain's folder last_login is ever made.
+constexpr char kDomains[] = "/etc/virtual";
+constexpr char kPanelUsers[] = "/usr/local/corvane/data/users/";

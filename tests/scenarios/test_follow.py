@@ -149,18 +149,49 @@ def test_after_a_crash_the_hosts_come_back_from_the_log(machine):
     machine.wait_for(lambda: machine.hosts() == ["192.0.2.7", "192.0.2.8"])
 
 
-def test_the_recording_admits_its_addresses(machine):
+def test_the_recording_gives_its_admissions_and_records_and_no_other_file(machine):
     recording = f"{PROJECT}/samples/dovecot-2.3-default"
     stamp = time.strftime("%b %e %H:%M:%S")
+    seconds = int(time.mktime(time.strptime(f"{time.localtime().tm_year} {stamp}",
+                                            "%Y %b %d %H:%M:%S")))
+    folders = {"dom1.example": "/etc/virtual/dom1.example",
+               "dom2.example": "/etc/virtual/dom2.example",
+               "alice": "/usr/local/corvane/data/users/alice"}
+    for folder in folders.values():
+        machine.path(folder).mkdir(parents=True)
+    users, files = {}, {}
+    for line in Path(recording + ".expect").read_text().splitlines():
+        effect, *words = line.split()
+        if effect == "-":
+            continue
+        user, address = words[-1], words[0]
+        local, _, domain = user.partition("@")
+        folder = folders[domain or local]
+        if effect == "traffic":
+            kind, inbound, outbound = words[:3]
+            name = folder + "/dovecot.bytes"
+            files[name] = files.get(name, "") + (
+                f"{int(inbound) + int(outbound)}=type={kind}&inbound={inbound}"
+                f"&outbound={outbound}&email={user}&log_time={seconds}\n")
+            continue
+        name = f"{folder}/last_login/{local}" if domain else f"{folder}/last_login"
+        files[name] = f"when={seconds}&ip={address}"
+        if effect == "admit":
+            users[address] = user
+    files[HOSTS] = "".join(f"{address}\n" for address in sorted(users))
+    files[USERS] = "".join(f"{address}: {user}\n" for address, user in sorted(users.items()))
+
     lines = Path(recording + ".log").read_text().splitlines(keepends=True)
     machine.write(LOG, "".join(stamp + line[15:] for line in lines))
-    expected = {}
-    for line in Path(recording + ".expect").read_text().splitlines():
-        if line.startswith("admit "):
-            _, address, user = line.split()
-            expected[address] = user
     machine.start()
-    machine.wait_for(lambda: machine.hosts())
-    machine.wait_for(lambda: machine.read(USERS))
-    assert machine.read(USERS) == "".join(f"{a}: {u}\n" for a, u in sorted(expected.items()))
-    assert machine.hosts() == sorted(expected)
+
+    def written():
+        return {str(file)[len(str(machine.root)):]: file.read_text()
+                for top in ("/etc/virtual", "/usr/local/corvane")
+                for file in machine.path(top).rglob("*") if file.is_file()}
+
+    machine.wait_for(lambda: written() == files)
+    machine.append("")
+    machine.wait_for_cycles(2)
+    assert written() == files, "what has been read is not recorded again"
+    assert machine.activity() == [MISSING] * machine.activity().count(MISSING)
