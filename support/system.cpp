@@ -4,6 +4,7 @@
 #include <grp.h>
 #include <libintl.h>
 #include <pwd.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -58,6 +59,16 @@ int changeOwner(Logging& report, const char* path, int uid, int gid, const char*
   if (report.debug_level == kOwnerTrace)
     report.debug(kOwnerTrace, "setOwner: %s: %s error: %s", path, which, strerror(errno));
   return 0;
+}
+
+char characterFor(unsigned r, bool special) {
+  static constexpr char kAlphanumeric[] =
+      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  if (!special) return kAlphanumeric[r % 62];
+  r %= 92;
+  if (r < 14) return static_cast<char>('!' + r);       // up to the last before '/'
+  if (r < 58) return static_cast<char>('0' + r - 14);  // up to the last before '\\'
+  return static_cast<char>(']' + r - 58);
 }
 
 // Puts the entry back under its name. False, with a message, if that cannot be.
@@ -466,19 +477,20 @@ void randseed() {
 }
 
 char getRandChar(bool special) {
-  static constexpr char kAlphanumeric[] =
-      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-  if (!special) return kAlphanumeric[rand() % 62];
-  const int r = rand() % 92;
-  if (r < 14) return static_cast<char>('!' + r);       // up to the last before '/'
-  if (r < 58) return static_cast<char>('0' + r - 14);  // up to the last before '\'
-  return static_cast<char>(']' + r - 58);
+  // NOLINTNEXTLINE(cert-msc30-c,cert-msc50-cpp): whom a guess could hurt asks getRandString().
+  return characterFor(static_cast<unsigned>(rand()), special);
 }
 
 char* getRandString(int length, bool special) {
   randseed();
   char* text = newString(nullptr, length);
-  for (int i = 0; i < length; ++i) text[i] = getRandChar(special);
+  for (int i = 0; i < length; ++i) {
+    // Who could guess a name next to root's files could be there first. rand() is for a kernel that
+    // has nothing better.
+    unsigned r = 0;
+    const bool random = getrandom(&r, sizeof r, GRND_NONBLOCK) == sizeof r;
+    text[i] = random ? characterFor(r, special) : getRandChar(special);
+  }
   return text;
 }
 

@@ -96,7 +96,7 @@ int isHardLink(struct stat& status);
 
 // --- Random names ---
 
-void randseed();  // from the time; getRandString() does so each time
+void randseed();  // seeds rand() from the time; getRandString() does so each time
 
 // A letter or digit; with `special` any printable ASCII but blank, '/' and '\'.
 char getRandChar(bool special);
