@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <new>
 #include <vector>
 
 #include "support/cv_string.h"
@@ -139,6 +140,7 @@ void ConfigFile::init() {
 }
 
 void ConfigFile::allocateSlots() {
+  if (size < 0) throw std::bad_array_new_length();  // not every compiler's new[] sees to it
   params = new ParamEntry*[static_cast<size_t>(size)];
   fillSlots(params, 0, size);
 }

@@ -54,7 +54,7 @@ class Owners : public testing::Test {
 
 TEST_F(Owners, AFolderIsMadeWithItsModeOrTheReasonIsTold) {
   const std::string folder = std::string(kFolder) + "/new";
-  for (const mode_t mask : {077, 0}) {
+  for (const mode_t mask : {077U, 0U}) {
     fs::remove(folder);
     const mode_t before = umask(mask);
     EXPECT_EQ(createDir(nullptr, folder.c_str(), nullptr, 02775, true), 1);
