@@ -53,7 +53,7 @@ bool writeRecord(const char* path, int flags, const char* text) {
   constexpr mode_t kMode = 0666;  // less the umask, as fopen() has it
   const int file = open(path, O_WRONLY | O_CREAT | kSafely | flags, kMode);
   if (file == -1) return false;
-  // One record, one call: readers never see a part of it. We carry on where it fails.
+  // One call, so that no reader of an appended record sees a part of it. We carry on if it fails.
   [[maybe_unused]] const ssize_t written = write(file, text, strlen(text));
   close(file);
   return true;

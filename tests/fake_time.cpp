@@ -16,3 +16,13 @@ time_t __wrap_time(time_t* out) {
 void FakeTime::set(time_t now) {
   fake_now = now;
 }
+
+time_t midday(int year, int month, int day) {
+  tm date = {};
+  date.tm_year = year - 1900;
+  date.tm_mon = month - 1;
+  date.tm_mday = day;
+  date.tm_hour = 12;
+  date.tm_isdst = -1;
+  return mktime(&date);
+}

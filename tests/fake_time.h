@@ -12,3 +12,6 @@ class FakeTime {
   FakeTime& operator=(const FakeTime&) = delete;
   void set(time_t now);
 };
+
+// Midday of a date, in the zone of the run.
+time_t midday(int year, int month, int day);

@@ -21,17 +21,6 @@ std::string stampOf(time_t when) {
   return stamp;
 }
 
-// Midday of a date in the zone of the run.
-time_t midday(int year, int month, int day) {
-  tm date = {};
-  date.tm_year = year - 1900;
-  date.tm_mon = month - 1;
-  date.tm_mday = day;
-  date.tm_hour = 12;
-  date.tm_isdst = -1;
-  return mktime(&date);
-}
-
 std::string admitted() {
   std::string text;
   for (long long i = 0; i < host_list.param; ++i)
@@ -164,6 +153,30 @@ TEST(Login, AHeldCalendarGivesTheSameTimes) {
     }
   }
   holdCalendar(false);
+}
+
+// Where a zone moved by law, no flag of the date says by which clock its hours count.
+TEST(Login, AHeldCalendarGivesTheSameTimesOnTheDayAZoneMoved) {
+  const std::string before = getenv("TZ") ? getenv("TZ") : "";
+  for (const auto& [zone, year, month, day] : {std::tuple{"Asia/Novosibirsk", 2016, 7, 24},
+                                               {"America/Caracas", 2016, 5, 1},
+                                               {"Asia/Pyongyang", 2018, 5, 4}}) {
+    setenv("TZ", zone, 1);
+    tzset();
+    FakeTime clock(midday(year, month, day));
+    for (int half_hours = 0; half_hours < 48; ++half_hours) {
+      char stamp[32];
+      snprintf(stamp, sizeof stamp, "%s %d %d:%d:59", months[month - 1], day, half_hours / 2,
+               half_hours % 2 * 30 + 29);
+      holdCalendar(false);
+      const long plain = getTimeFromString(stamp);
+      holdCalendar(true);
+      EXPECT_EQ(getTimeFromString(stamp), plain) << zone << " " << stamp;
+    }
+  }
+  holdCalendar(false);
+  setenv("TZ", before.c_str(), 1);
+  tzset();
 }
 
 TEST(Login, ALoginIsFreshForExactlyItsLifetime) {

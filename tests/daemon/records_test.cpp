@@ -9,7 +9,9 @@
 
 #include "daemon/bandwidth.h"
 #include "daemon/last_login.h"
+#include "daemon/line_recognition.h"
 #include "daemon/state.h"
+#include "fake_time.h"
 #include "test_files.h"
 
 namespace fs = std::filesystem;
@@ -217,6 +219,21 @@ TEST_F(Records, AnEndedSessionAppendsItsTraffic) {
   EXPECT_EQ(contentOf("/usr/local/corvane/data/users/bob/dovecot.bytes"), expected) << "appended";
   EXPECT_TRUE(fs::exists("/usr/local/corvane/data/users/dovecot.bytes")) << "the empty name";
   EXPECT_EQ(newActivity(), Messages{});
+}
+
+TEST_F(Records, TrafficIsCountedForTwentyMinutesAndWithoutADateAsOfNow) {
+  fs::create_directories("/usr/local/corvane/data/users/bob");
+  const time_t now = midday(2026, 11, 21);
+  FakeTime clock(now);
+  for (const char* stamp :
+       {"Nov 21 11:40:00", "Nov 21 11:39:59", "Nov 21 13:00:00", "Xxx 21 1:0:0"})
+    parseLine((std::string(stamp) + " mail dovecot: imap(bob): Logged out in=1 out=1").c_str());
+  std::string expected;
+  for (const time_t when : {now - 1200, now + 3600, now})
+    expected +=
+        "2=type=imap&inbound=1&outbound=1&email=bob&log_time=" + std::to_string(when) + "\n";
+  EXPECT_EQ(contentOf("/usr/local/corvane/data/users/bob/dovecot.bytes"), expected);
+  EXPECT_EQ(newActivity(), Messages{"Unable to parse the date"});
 }
 
 TEST_F(Records, TrafficThatCannotBeWrittenIsReported) {
