@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -57,6 +58,8 @@ using Messages = std::vector<std::string>;
 TEST_F(Records, EachUserHasAFileOfTheLatestLogin) {
   fs::create_directory("/etc/virtual/dom1");
   fs::create_directory("/usr/local/corvane/data/users/alice");
+  const int first = dup(0);
+  close(first);
   log_last_login("bob@dom1", "192.0.2.7", 1700000000);
   log_last_login("john..doe@dom1", "192.0.2.8", -1);
   log_last_login("bob@dom1", "192.0.2.9", 1700000001);
@@ -64,6 +67,9 @@ TEST_F(Records, EachUserHasAFileOfTheLatestLogin) {
   log_last_login("nobody", "192.0.2.7", 1700000000);  // has no folder: no trace, no message
   log_last_login("", "192.0.2.7", 1700000000);
   write_last_logins();
+  const int next = dup(0);
+  close(next);
+  EXPECT_EQ(next, first) << "every file is closed again";
   const char* const expected =
       "/etc/virtual/dom1/last_login/bob: when=1700000001&ip=192.0.2.9\n"
       "/etc/virtual/dom1/last_login/john..doe: when=-1&ip=192.0.2.8\n"
