@@ -49,38 +49,16 @@ std::string printedBy(Call call) {
 }  // namespace
 
 TEST(Login, AnAddressIsFourNumbersUpTo255) {
-  const struct {
-    const char* text;
-    int want;
-    const char* why;
-  } rows[] = {{"192.0.2.7", 1, "plain"},
-              {"1.0.0.0", 1, "smallest"},
-              {"255.255.255.255", 1, "largest"},
-              {"010.001.000.009", 1, "leading zeros are decimal"},
-              {"1.2.3.4.5", 1, "what follows the fourth number is not read"},
-              {"10.0.0.1.", 1, "nor is a dot"},
-              {"0.1.2.3", 0, "the first number starts at 1"},
-              {"256.2.3.4", 0, "first above 255"},
-              {"1.256.3.4", 0, "second above 255"},
-              {"1.2.256.4", 0, "third above 255"},
-              {"1.2.3.256", 0, "fourth above 255"},
-              {"4294967297.2.3.4", 0, "beyond an int, not wrapped into 1"},
-              {"1.2.3.99999999999999999999", 0, "beyond 64 bits"},
-              {"1.2.3", 0, "three numbers"},
-              {"1..3.4", 0, "an empty one"},
-              {".1.2.3.4", 0, "a dot first"},
-              {"1234", 0, "no dot"},
-              {"....", 0, "dots only"},
-              {"::1", 0, "IPv6"},
-              {"::ffff:192.0.2.7", 0, "IPv4 in IPv6"},
-              {" 1.2.3.4", 0, "a blank before"},
-              {"1.2.3.4 ", 0, "a blank behind"},
-              {"1.2.3.+4", 0, "a sign"},
-              {"1.2.3.4\xb2", 0, "an 8-bit byte"},
-              {"", 0, "empty"},
-              {nullptr, 0, "null"}};
-  for (const auto& row : rows)
-    EXPECT_EQ(isIP(row.text), row.want) << (row.text ? row.text : "(null)") << ": " << row.why;
+  // What follows the fourth number is not looked at, as long as it is digits and dots.
+  for (const char* text :
+       {"192.0.2.7", "1.0.0.0", "255.255.255.255", "010.001.000.009", "1.2.3.4.5", "10.0.0.1."})
+    EXPECT_EQ(isIP(text), 1) << text;
+  for (const char* text :
+       {"0.1.2.3", "256.2.3.4", "1.256.3.4", "1.2.256.4", "1.2.3.256", "4294967297.2.3.4",
+        "1.2.3.99999999999999999999", "1.2.3", "1..3.4", ".1.2.3.4", "1234", "....", "::1",
+        "::ffff:192.0.2.7", " 1.2.3.4", "1.2.3.4 ", "1.2.3.+4", "1.2.3.4\xb2", ""})
+    EXPECT_EQ(isIP(text), 0) << text;
+  EXPECT_EQ(isIP(nullptr), 0);
 }
 
 TEST(Login, AStampIsOfThisYearByTodaysClock) {
