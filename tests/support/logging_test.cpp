@@ -7,19 +7,20 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
+#include <functional>
 #include <string>
 
 #include "fake_time.h"
 #include "support/cv_string.h"
-#include "support/log.h"
 #include "support/system.h"
 #include "test_files.h"
 
 namespace {
 
-template <typename Call>
-std::string printedBy(Call call) {
+const std::string stamp = "2024:03:07-09:05:01:", pid = "[" + std::to_string(getpid()) + "]:";
+
+std::string printedBy(const std::function<void()>& call) {
+  const FakeTime clock(midday(2024, 3, 7) - 10499);
   testing::internal::CaptureStdout();
   errno = EXDEV;
   call();
@@ -27,65 +28,30 @@ std::string printedBy(Call call) {
   return testing::internal::GetCapturedStdout();
 }
 
-time_t aMoment() {
-  tm moment{};
-  moment.tm_year = 124, moment.tm_mon = 2, moment.tm_mday = 7;
-  moment.tm_hour = 9, moment.tm_min = 5, moment.tm_sec = 1, moment.tm_isdst = -1;
-  return mktime(&moment);
-}
-
 TEST(Logging, TracesArePrintedFromTheirLevelOnAndStampedAtSevens) {
-  const FakeTime clock(aMoment());
-  const std::string pid = "[" + std::to_string(getpid()) + "]:", stamp = "Thu Mar  7 09:05:01 2024";
-  const struct {
-    int debug_level;
-    bool show_pid;
-    std::string want;
-    const char* why;
-  } rows[] = {
-      {0, false, "", "below both"},
-      {1, false, "1 exact\n", "the level"},
-      {5, false, "1 exact\n", "exactly"},
-      {4, true, pid + "1 exact\n", "pid"},
-      {9, false, "1 exact\n", "below"},
-      {10, false, "2 plain\n1 exact\n", "at the level"},
-      {16, false, "2 plain\n1 exact\n", "no stamp"},
-      {7, false, stamp + ": 1 exact\n", "stamped"},
-      {17, true, stamp + pid + ": 2 plain\n" + stamp + pid + ": 1 exact\n", "stamped, pid"}};
-  for (const auto& row : rows) {
+  const std::string seven = "Thu Mar  7 09:05:01 2024", exact = "1 exact\n", plain = "2 plain\n";
+  const auto at = [](int level, bool show_pid) {
     Logging log;
-    log.debug_level = row.debug_level;
-    log.show_pid = row.show_pid;
-    EXPECT_EQ(printedBy([&] { log.debug(10, "%d plain", 2), log.debug(5, 1, "%d exact", 1); }),
-              row.want)
-        << row.why;
-  }
-  Logging log;
-  log.debug_level = 3;
-  EXPECT_EQ(printedBy([&] { log.debug(3, 100, "exactly"), log.debug(2, 100, "not"); }),
-            "exactly\n");
+    log.debug_level = level, log.show_pid = show_pid;
+    return printedBy([&] { log.debug(10, "%d plain", 2), log.debug(5, 7, "%d exact", 1); });
+  };
+  EXPECT_EQ(at(4, false) + at(5, true) + at(6, false), pid + exact);
+  EXPECT_EQ(at(7, false) + at(9, false), seven + ": " + exact + exact);
+  EXPECT_EQ(at(10, false), plain + exact);
+  EXPECT_EQ(at(17, true), seven + pid + ": " + plain + seven + pid + ": " + exact);
 }
 
 TEST(Logging, ErrorsGoToTheirFileTheSystemLogOrStandardOutput) {
-  const FakeTime clock(aMoment());
-  EXPECT_STREQ(Log::getLogTime(), "2024:03:07-09:05:01");
-  const std::string error = "/run/logging_error", security = "/run/logging_security",
-                    pid = std::to_string(getpid());
   Logging log;
   log.show_pid = true;
-  EXPECT_EQ(printedBy([&] { log.errorLog("%s %%d", "50%"); }), "50% %d\n") << "no stamp, no prefix";
-  EXPECT_EQ(printedBy([&] { log.errorLog_debug(1, "once"), log.allLog(1, "twice"); }),
-            "once\ntwice\ntwice\n");
-  log.error_log_path = newString(error.c_str());
-  log.security_log_path = newString(security.c_str());
+  EXPECT_EQ(printedBy([&] { log.errorLog("%s %%d", "50%"); }), "50% %d\n");
+  EXPECT_EQ(printedBy([&] { log.errorLog_debug(1, "1"), log.allLog(1, "2"); }), "1\n2\n2\n");
+  log.error_log_path = newString("/run/error");
+  log.security_log_path = newString("/run/security");
   log.debug_level = 100;
-  EXPECT_EQ(printedBy([&] { log.allLog(100, "%d", 1); }), "[" + pid + "]:1\n");
+  EXPECT_EQ(printedBy([&] { log.allLog(100, "%d", 1); }), pid + "1\n");
   log.show_pid = false;
   EXPECT_EQ(printedBy([&] { log.errorLog_debug(100, "2"), log.errorLog_debug(101, "3"); }), "2\n");
-  const std::string stamp = "2024:03:07-09:05:01:";
-  EXPECT_EQ(contentOf(error), stamp + "[" + pid + "]: 1\n" + stamp + " 2\n" + stamp + " 3\n")
-      << "appended";
-  EXPECT_EQ(contentOf(security), stamp + "[" + pid + "]: 1\n");
   log.use_syslog = true;
   openlog("test", LOG_PERROR, LOG_USER);
   const int mask = setlogmask(LOG_MASK(LOG_ERR));
@@ -94,49 +60,41 @@ TEST(Logging, ErrorsGoToTheirFileTheSystemLogOrStandardOutput) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "test: 4%\n") << "as an error, unstamped";
   setlogmask(mask);
   closelog();
-  EXPECT_EQ(contentOf(error).find("4%"), std::string::npos);
+  const std::string first = stamp + pid + " 1\n";
+  EXPECT_EQ(contentOf("/run/error"), first + stamp + " 2\n" + stamp + " 3\n") << "appended";
+  EXPECT_EQ(contentOf("/run/security"), first);
 }
 
 TEST(Logging, AFileThatCannotBeOpenedIsTracedAndTheLinePrintedFromLevelTen) {
-  const FakeTime clock(aMoment());
-  const std::string reason = "Error opening /run/absent/log: No such file or directory\n";
-  const struct {
-    int debug_level;
-    bool chrooted;
-    std::string want;
-  } rows[] = {{0, false, ""},
-              {1, false, reason},
-              {9, false, reason},
-              {10, false, reason + "2024:03:07-09:05:01: lost\n"},
-              {10, true, "2024:03:07-09:05:01: lost\n"}};
-  for (const auto& row : rows) {
+  const std::string why = "Error opening /run/absent/log: No such file or directory\n";
+  const auto printed = [](int level) {
     Logging log;
     log.error_log_path = newString("/run/absent/log");
-    log.debug_level = row.debug_level;
-    is_in_chroot = row.chrooted;
-    EXPECT_EQ(printedBy([&] { log.errorLog("lost"); }), row.want) << row.debug_level;
-  }
+    log.debug_level = level;
+    return printedBy([&] { log.errorLog("lost"); });
+  };
+  EXPECT_EQ(printed(0) + "|" + printed(1) + printed(9) + printed(10),
+            "|" + why + why + why + stamp + " lost\n");
+  is_in_chroot = true;
+  EXPECT_EQ(printed(10), stamp + " lost\n");
   is_in_chroot = false;
 }
 
 TEST(Logging, FilesAreWrittenAsTheLogsAccountAndWeStayWhoWeAre) {
-  const std::string accounts = contentOf("/etc/passwd"), path = "/run/logs/error";
+  const std::string accounts = contentOf("/etc/passwd");
   mkdir("/run/logs", 0777);
   if (chown("/run/logs", 4711, 0) != 0) GTEST_SKIP() << "no ids but our own";
   for (const bool known : {false, true}) {
     write("/etc/passwd", accounts + (known ? "corvadmin:x:4711:4712::/:/bin/sh\n" : ""));
     Logging log;
-    log.error_log_path = newString(path.c_str());
+    log.error_log_path = newString("/run/logs/error");
     EXPECT_EQ(setegid(4713) | (known ? seteuid(4714) : 0), 0);
     EXPECT_EQ(printedBy([&] { log.errorLog("text"); }), "");
-    EXPECT_EQ(geteuid(), known ? 4714U : 0U);
-    EXPECT_EQ(getegid(), 4713U);
+    EXPECT_TRUE(geteuid() == (known ? 4714U : 0U) && getegid() == 4713U);
     EXPECT_EQ(setRootPriv(), 1);
     struct stat status {};
-    EXPECT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_uid, known ? 4711U : 0U);
-    EXPECT_EQ(status.st_gid, known ? 4712U : 4713U);
-    unlink(path.c_str());
+    EXPECT_EQ(stat("/run/logs/error", &status) | unlink("/run/logs/error"), 0);
+    EXPECT_TRUE(status.st_uid == (known ? 4711U : 0U) && status.st_gid == (known ? 4712U : 4713U));
   }
   write("/etc/passwd", accounts);
 }
