@@ -1,7 +1,6 @@
 """Following the log: what becomes of its lines, and of the hosts they admit."""
 
 import os
-import stat
 import time
 from pathlib import Path
 
@@ -32,16 +31,6 @@ def test_hosts_expire_on_an_idle_log_once_a_sweep_has_seen_them(machine):
     assert machine.read(USERS) == ""
 
 
-def test_hosts_admitted_to_an_empty_table_stay_while_the_log_is_idle(machine):
-    machine.write(LOG, login("192.0.2.7"))
-    machine.start("t", "0")
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
-    machine.wait_for_cycles(3)
-    assert machine.hosts() == ["192.0.2.7"]
-    machine.append("")
-    machine.wait_for(lambda: machine.hosts() == [])
-
-
 def test_a_log_may_be_missing_appear_grow_and_shrink(machine):
     machine.start()
     machine.wait_for(lambda: machine.activity() == [MISSING] * 2)
@@ -61,92 +50,20 @@ def test_a_log_may_be_missing_appear_grow_and_shrink(machine):
     assert "192.0.2.4" not in machine.hosts()
 
 
-def test_a_change_within_the_same_second_waits_for_the_next(machine):
+def test_a_change_is_a_later_second(machine):
+    """Nothing else is looked at: what was added within the second waits for the next."""
     machine.write(LOG, "")
     machine.touch()
     machine.start()
     machine.wait_for(lambda: machine.read(HOSTS) == "")
     with open(machine.path(LOG), "a") as log:
         log.write(login("192.0.2.7"))
-    os.utime(machine.path(LOG), (machine.modified, machine.modified))
-    machine.wait_for_cycles(2)
-    assert machine.hosts() == []
+    for modified in (machine.modified, machine.modified - 1):
+        os.utime(machine.path(LOG), (modified, modified))
+        machine.wait_for_cycles(2)
+        assert machine.hosts() == []
     machine.touch()
     machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
-
-
-def test_a_line_cut_by_the_end_of_the_file_is_two_lines(machine):
-    first, second = login("192.0.2.7"), login("192.0.2.8")
-    machine.write(LOG, first[:60])
-    machine.start()
-    machine.wait_for(lambda: machine.read(HOSTS) == "")
-    machine.append(first[60:] + second)
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.8"])
-
-
-def test_a_log_that_cannot_be_opened_ends_the_scan_and_nothing_else(machine):
-    machine.write(LOG, login("192.0.2.7"))
-    machine.start()
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
-    machine.path(LOG).unlink()
-    os.mknod(machine.path(LOG), stat.S_IFSOCK | 0o600)
-    machine.touch()
-    message = f"Unable to open {LOG} for reading\t: No such device or address"
-    machine.wait_for(lambda: message in machine.activity())
-    assert machine.hosts() == ["192.0.2.7"]
-    machine.path(LOG).unlink()
-    machine.write(LOG, login("192.0.2.8"))
-    machine.touch()
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7", "192.0.2.8"])
-
-
-def test_host_files_that_cannot_be_written_are_reported_until_they_can(machine):
-    machine.path("/etc/virtual").rmdir()
-    machine.write(LOG, login("192.0.2.7"))
-    machine.start()
-    messages = [f"Unable to open {name} for writing : No such file or directory"
-                for name in (HOSTS, USERS)]
-    machine.wait_for(lambda: machine.activity() == messages)
-    machine.path("/etc/virtual").mkdir()
-    machine.append("")
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
-    assert machine.activity() == messages
-
-
-def test_without_the_folder_of_the_activity_log_all_else_goes_on(machine):
-    machine.path("/var/log/corvane").rmdir()
-    machine.write(LOG, login("192.0.2.7"))
-    machine.start("t", "5")
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
-
-
-def test_too_many_connected_processes_are_forgotten_and_fall_back_to_their_line(machine):
-    connect = "vm-pop3d[{user}]: Connect from {address}"
-    logs_in = "imapd[{user}]: Login user=alice auth=x b c {address}, end"
-    machine.write(LOG, "".join(login("192.0.2.7", pid, text=connect) for pid in range(1, 1001)))
-    machine.start()
-    machine.wait_for(lambda: machine.read(HOSTS) == "")
-    machine.wait_for_cycles(2)
-    machine.append(login("192.0.2.9", 1000, text=logs_in))
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
-    machine.append(login("192.0.2.7", 1001, text=connect))
-    message = "process_ips has more than 1000 id's, emptying it."
-    machine.wait_for(lambda: message in machine.activity())
-    machine.append(login("192.0.2.9", 1000, text=logs_in))
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7", "192.0.2.9"])
-    assert machine.activity().count(message) == 1
-
-
-def test_after_a_crash_the_hosts_come_back_from_the_log(machine):
-    """The pid file of the killed daemon, and a log that it has read before, are in the way."""
-    machine.write(LOG, login("192.0.2.7"))
-    first = machine.start()
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
-    machine.kill(first)
-    machine.append(login("192.0.2.8"))
-    machine.path(HOSTS).unlink()
-    machine.start()
-    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7", "192.0.2.8"])
 
 
 def test_the_recording_gives_its_admissions_and_records_and_no_other_file(machine):

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <new>
-#include <random>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -153,44 +151,6 @@ TEST(ConfigFile, AMovedEntryIsATextAndItsOldSlotKeepsTheCode) {
   for (int i = 0; i < 8; ++i)
     slots += shown(table.getNameAt(i)) + std::to_string(table.get_type_at(i));
   EXPECT_EQ(slots, "a5c1b1-1-1-1-1-1") << "the slots left had been moved to, or have no type yet";
-}
-
-TEST(ConfigFile, AgreesWithAMapThroughRandomChanges) {
-  std::mt19937 random(20240307);
-  const auto name = [&random] {
-    std::string text = random() % 3 ? "" : "12345678";
-    for (auto i = random() % 6; i > 0; --i) text += "aB\x80\xff\x7f~"[random() % 6];
-    return text;
-  };
-  const auto before = [](std::string a, std::string b) {
-    for (auto* text : {&a, &b})
-      for (char& c : *text) c = static_cast<char>(c ^ 0x80);
-    return a.empty() || b.empty() ? !a.empty() : a < b;
-  };
-  ConfigFile table(nullptr, nullptr, 16);
-  std::map<std::string, std::string, decltype(before)> map(before);
-  for (int step = 0; step < 20000; ++step) {
-    if (step % 3000 == 0) table.gather(step % 6000 == 0);
-    const std::string key = name(), asked = name();
-    if (const auto what = random() % 400; what < 320) {
-      map[key] = std::to_string(step);
-      table.setParam(key.c_str(), map[key].c_str(), true, kTextValue, true);
-    } else if (what < 398) {
-      table.deleteParam(key.c_str(), nullptr);
-      if (!key.empty()) map.erase(key);
-    } else {
-      ListFile gone(nullptr, "file");
-      for (const auto& entry : map)
-        if (random() % 2) gone.addElement(entry.first.c_str(), true, false);
-      for (int i = 0; i < gone.count; ++i) map.erase(static_cast<char*>(gone.elements[i]));
-      table.deleteParams(&gone);
-    }
-    ASSERT_EQ(shown(table.getValue(asked.c_str())), map.count(asked) ? map[asked] : "-") << step;
-    if (step % 1500 != 1499) continue;
-    std::string want;
-    for (const auto& [n, v] : map) want += (want.empty() ? "" : " ") + n + "=" + v;
-    ASSERT_EQ(contents(table), want) << step;
-  }
 }
 
 }  // namespace

