@@ -1,6 +1,5 @@
 #include "daemon/line_recognition.h"
 
-#include <cstdio>
 #include <ctime>
 #include <iterator>
 
@@ -20,7 +19,8 @@ const char* programField(const char* line) {
   const char* p = line;
   for (int words = 0; words < 4; ++words) {
     if (*p == '\0') return nullptr;
-    p = findChar(trim(p + 1), ' ');
+    p = trim(p + 1);
+    while (*p != '\0' && *p != ' ') ++p;
   }
   return *p == ' ' ? p + 1 : nullptr;
 }
@@ -82,9 +82,7 @@ void keepConnection(int pid, const char* text, int blanks) {
   const char* connection = behindChar(text, ' ', blanks);
   if (!connection) return;
   trace("gCD: pid:%d %s\n", pid, connection);
-  char key[32];
-  snprintf(key, sizeof key, "%d", pid);
-  process_ips.setParam(key, connection, true, 1, false);
+  process_ips.setParam(ProcessKey(pid).text, connection, true, 1, false);
 }
 
 }  // namespace
@@ -108,7 +106,5 @@ void getImapConnectData(int pid, const char* at) {
 
 void removePid(int pid) {
   trace("removing pid %d\n", pid);
-  char key[32];
-  snprintf(key, sizeof key, "%d", pid);
-  process_ips.deleteParam(key, nullptr);
+  process_ips.deleteParam(ProcessKey(pid).text, nullptr);
 }

@@ -11,7 +11,7 @@
 #include "daemon/line_recognition.h"
 #include "daemon/login.h"
 #include "daemon/state.h"
-#include "support/system.h"
+#include "support/line_reader.h"
 
 namespace {
 
@@ -50,8 +50,7 @@ bool openLog() {
     log("Unable to open %s for reading\t: %s", log_file, strerror(errno));
     return false;
   }
-  static char block[64 * 1024];  // a start-up scan reads gigabytes
-  setvbuf(maillog, block, _IOFBF, sizeof block);
+  setvbuf(maillog, nullptr, _IONBF, 0);  // LineReader reads in blocks of its own
   return true;
 }
 
@@ -59,8 +58,8 @@ void parseLogFrom(long position) {
   if (!maillog) return;
   const ManyLines many_lines;
   fseek(maillog, position, SEEK_SET);
-  int in_use = buff_size;
-  while (readLine(&logging, maillog, buffer, buff_size, 0, in_use) != -1) parseLine(buffer);
+  LineReader lines(&logging, maillog, buffer, buff_size);
+  while (const char* line = lines.next()) parseLine(line);
   last_pos = ftell(maillog);
 }
 

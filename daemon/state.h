@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <charconv>
 #include <cstdio>
 
 #include "support/configfile.h"
@@ -33,8 +34,8 @@ extern long long last_modification;  // its modification time then, in seconds
 extern long long last_pos;           // bytes of it read so far; 0 again after it has shrunk
 extern FILE* maillog;                // open during a scan only
 
-extern int buff_size;  // size of `buffer` in bytes; readLine() enlarges both
-extern char* buffer;   // the current line of the mail log; owned
+extern int buff_size;  // size of `buffer` in bytes; long lines enlarge both
+extern char* buffer;   // for lines of the mail log that stand in no block whole; owned
 
 extern char email_buff[256];  // the user of the classic login line at hand
 extern FILE* hosts;           // the host file being written; open inside its writer only
@@ -43,3 +44,9 @@ extern FILE* hosts;           // the host file being written; open inside its wr
 inline int lifetime_s() {
   return static_cast<int>(static_cast<unsigned>(minutes) * 60U);
 }
+
+// The name in process_ips of a server process: its id in decimal.
+struct ProcessKey {
+  explicit ProcessKey(int pid) { *std::to_chars(text, text + sizeof text - 1, pid).ptr = '\0'; }
+  char text[12];
+};

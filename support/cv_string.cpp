@@ -169,18 +169,8 @@ const char* findString(const char* s, const char* needle, int caseSensitive) {
   return found ? found : s + strlen(s);
 }
 
-const char* trim(const char* s) {
-  if (!s) return nullptr;
-  while (*s == ' ' || *s == '\t' || *s == '\r' || *s == '\n') ++s;
-  return s;
-}
-
 const char* printable(const char* s) {
   return s ? s : "(null)";
-}
-
-bool startsWith(const char* s, const char* prefix) {
-  return strncmp(s, prefix, strlen(prefix)) == 0;
 }
 
 char* newStringUntil(const char* s, char stop, int max, int takePartial) {
@@ -195,12 +185,23 @@ bool setSignedLongLong(const char* s, long long& out) {
   return s && readLongLong(s, out);
 }
 
+// As strtoll(), which is left to read what may not fit: at every line of a large log its bases and
+// locales would cost a tenth of the scan.
 bool readLongLong(const char*& s, long long& out) {
-  char* end = nullptr;
-  const long long number = strtoll(s, &end, 10);
-  if (end == s) return false;
-  out = number;
-  s = end;
+  constexpr long kDigitsThatFit = 18;
+  const char* p = s;
+  while (isWhiteSpace(*p)) ++p;
+  const bool negative = *p == '-';
+  if (negative || *p == '+') ++p;
+  const char* const digits = p;
+  unsigned long long number = 0;
+  for (; isDigit(*p); ++p) number = 10 * number + static_cast<unsigned long long>(*p - '0');
+  if (p == digits) return false;
+  if (p - digits > kDigitsThatFit)
+    out = strtoll(s, nullptr, 10);
+  else
+    out = static_cast<long long>(negative ? 0 - number : number);
+  s = p;
   return true;
 }
 

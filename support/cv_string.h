@@ -48,12 +48,29 @@ const char* behindChar(const char* s, char c, int n);
 const char* findString(const char* s, const char* needle, int caseSensitive);
 
 // The first character of `s` that is no space, tab, carriage return or newline. Null stays null.
-const char* trim(const char* s);
+inline const char* trim(const char* s) {
+  while (s && (*s == ' ' || *s == '\t' || *s == '\r' || *s == '\n')) ++s;
+  return s;
+}
 
 // `s`, or "(null)" for a null one, as messages show it.
 const char* printable(const char* s);
 
-bool startsWith(const char* s, const char* prefix);
+// Compared here and now: most texts differ from a keyword in their first characters.
+inline bool startsWith(const char* s, const char* prefix) {
+  while (*prefix != '\0')
+    if (*s++ != *prefix++) return false;
+  return true;
+}
+
+// What scanf() and strtol() take for white space.
+inline bool isWhiteSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+inline bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 // The characters of `s` before the first `stop`, as a new text. `stop` must follow within `max`
 // characters (it may be the one right behind them); otherwise, and for a null `s`, null. With

@@ -28,7 +28,6 @@ ConfigFile sys_path_exists_cache(nullptr, nullptr, 16);
 namespace {
 
 constexpr int kUnknownId = 9999;
-constexpr int kSpareBytes = 32;  // readLine keeps at least so many free behind the text
 constexpr long long kProcFileSize = 32760;
 
 constexpr unsigned int kAnyId = static_cast<unsigned int>(-1);
@@ -108,106 +107,6 @@ int setOwnerAside(Logging& report, const char* path, int uid, int gid, int requi
   return moveBack(report, aside.get(), path) ? result : 0;
 }
 
-// Doubles `buffer`, keeping its first `used` bytes as they are, NUL bytes included.
-void doubleBuffer(char*& buffer, int& size, int used) {
-  const int doubled = 2 * size;
-  char* larger = newString(nullptr, doubled);
-  memcpy(larger, buffer, static_cast<size_t>(used));
-  delString(buffer);
-  buffer = larger;
-  size = doubled;
-}
-
-// Puts the bytes of one line into the caller's buffer and lets it grow as readLine() promises.
-class LineInBuffer {
- public:
-  LineInBuffer(Logging* log, char*& buffer, int& size, int max_length)
-      : log_(log), buffer_(buffer), size_(size), max_length_(max_length) {}
-
-  // Takes as many of the n bytes as belong to this line, and says how many.
-  long take(const char* bytes, long n) {
-    long taken = 0;
-    while (taken < n && !full_) {
-      const int room = std::max(1, size_ - kSpareBytes + 1 - stored_);
-      const int piece = static_cast<int>(std::min<long>(n - taken, room));
-      memcpy(buffer_ + stored_, bytes + taken, static_cast<size_t>(piece));
-      stored_ += piece;
-      taken += piece;
-      if (size_ - stored_ < kSpareBytes) makeRoom();
-    }
-    return taken;
-  }
-
-  // No more fits, or may.
-  bool full() const { return full_; }
-  int stored() const { return stored_; }
-
-  // The newline has come: a carriage return before it is no part of the text.
-  void endLine() {
-    if (stored_ > 0 && buffer_[stored_ - 1] == '\r') buffer_[stored_ - 1] = '\0';
-  }
-
- private:
-  void makeRoom() {
-    if (max_length_ > 0 && stored_ > max_length_) {
-      full_ = true;
-      reportTo(log_).errorLog_debug(
-          100, "Line length (%d) is greater than max line length (%d). Chopping value.", stored_,
-          max_length_);
-    } else if (size_ <= INT_MAX / 2) {
-      doubleBuffer(buffer_, size_, stored_);
-    } else if (stored_ == size_ - 1) {
-      full_ = true;
-      reportTo(log_).errorLog_debug(
-          1,
-          "readLine: read %d characters, and have max=%d. Max should have been "
-          "increased well before this point. Please report to "
-          "support@corvane.example.\nLast buffer was: '%s'",
-          stored_, size_, buffer_);
-    }
-  }
-
-  Logging* log_;
-  char*& buffer_;
-  int& size_;
-  const int max_length_;
-  int stored_ = 0;
-  bool full_ = false;
-};
-
-// A line of any length, fetched whole by the C library's block-wise search for the newline: a
-// start-up scan reads gigabytes. False at the end of input.
-bool readWholeLine(FILE* in, LineInBuffer& line) {
-  static char* fetched = nullptr;  // one for all calls; getline() enlarges it
-  static size_t fetched_size = 0;
-  const ssize_t length = getline(&fetched, &fetched_size, in);
-  if (length <= 0) return false;
-  const bool ended = fetched[length - 1] == '\n';
-  const ssize_t text_length = length - (ended ? 1 : 0);
-  const long taken = line.take(fetched, text_length);
-  if (taken < text_length)
-    fseeko(in, taken - length, SEEK_CUR);  // the rest is the next line
-  else if (ended)
-    line.endLine();
-  return true;
-}
-
-// A line that may have to be chopped: nothing behind the cut may be fetched, for `in` need not be
-// a file in which we could go back. False at the end of input.
-bool readLimitedLine(FILE* in, LineInBuffer& line) {
-  while (!line.full()) {
-    const int c = getc(in);
-    if (c == EOF) return line.stored() > 0;
-    if (c == '\n') {
-      line.endLine();
-      return true;
-    }
-    const char byte = static_cast<char>(c);
-    line.take(&byte, 1);
-  }
-  return true;
-}
-
 const char* reasonForMissing(int error) {
   switch (error) {
     case ENOENT:
@@ -245,21 +144,6 @@ char* readText(FILE* file, long long size, bool nul_to_newline) {
 
 bool has_chrooted() {
   return is_in_chroot;
-}
-
-int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength) {
-  int in_use = size;
-  return readLine(log, in, buffer, size, maxLength, in_use);
-}
-
-int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength, int& in_use) {
-  memset(buffer, 0, static_cast<size_t>(std::clamp(in_use, 0, std::max(size, 0))));
-  in_use = 0;
-  if (size < 2) return -1;  // no room for a character and its NUL
-  LineInBuffer line(log, buffer, size, maxLength);
-  const bool found = maxLength > 0 ? readLimitedLine(in, line) : readWholeLine(in, line);
-  in_use = line.stored();
-  return found ? line.stored() : -1;
 }
 
 int pathExists(const char* path, int use_cache, bool clear_result, bool explain) {

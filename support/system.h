@@ -9,6 +9,8 @@
 
 #include <cstdio>
 
+#include "support/line_reader.h"  // readLine()
+
 class Logging;
 struct Config;
 
@@ -20,19 +22,6 @@ extern bool is_in_chroot;
 bool has_chrooted();
 
 // --- Reading ---
-
-// Reads one line into `buffer`, an array of `size` bytes from newString() that is replaced by
-// larger ones as the line requires: doubled whenever fewer than 32 bytes would stay free.
-// Returns the number of bytes stored, or -1 when none are left to read. The text is terminated
-// and every byte behind it zero. A carriage return before the newline is counted and then
-// removed, the newline is neither stored nor counted, and a last line without one is delivered.
-// With maxLength > 0 a line that has passed it when the buffer would have to grow is chopped: the
-// rest is the next line. So is, at 1 GiB, what no buffer can hold.
-int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength);
-
-// The same for a caller that reads many lines into one buffer. `in_use` is how many bytes at its
-// start may not be zero: `size` before the first call, then what the last call left.
-int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength, int& in_use);
 
 // Whether `path` exists, links followed. With use_cache an earlier answer is given again, also
 // after the file has come or gone. With clear_result system_res is emptied first; with explain

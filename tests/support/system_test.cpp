@@ -1,80 +1,17 @@
-// Lines, files and accounts as the library reads them.
+// Files as the library reads them.
 #include "support/system.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstring>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "support/config.h"
 #include "support/owned_text.h"
 #include "test_files.h"
 
 namespace {
-
-FILE* streamOf(const std::string& bytes) {
-  write("/run/stream", bytes);
-  return fopen("/run/stream", "r");
-}
-
-using Lines = std::vector<std::string>;
-
-// All lines of `bytes`, read into a dirty buffer. What lies behind a line must be zero.
-Lines linesRead(const std::string& bytes, int& size, int max_length, bool remember) {
-  const OwnedFile in(streamOf(bytes));
-  Lines lines;
-  char* buffer = newString(nullptr, size);
-  for (int in_use = size;;) {
-    if (!remember || lines.empty()) memset(buffer, 'x', static_cast<size_t>(size));
-    const int n = remember ? readLine(nullptr, in.get(), buffer, size, max_length, in_use)
-                           : readLine(nullptr, in.get(), buffer, size, max_length);
-    if (n == -1) break;
-    lines.emplace_back(buffer, n);
-    EXPECT_EQ(std::count(buffer + n, buffer + size, '\0'), size - n) << lines.size();
-  }
-  delString(buffer);
-  return lines;
-}
-
-TEST(ReadLine, TheBufferGrowsWhenFewerThan32BytesAreLeft) {
-  const struct {
-    int size, length, max_length, want_size;
-  } rows[] = {{256, 224, 0, 256},   {256, 225, 0, 512}, {256, 481, 0, 1024},
-              {256, 250, 300, 512}, {10, 9, 0, 80},     {2, 1, 9, 4}};
-  for (const auto& row : rows) {
-    const std::string line(static_cast<size_t>(row.length), 'c');
-    int size = row.size;
-    EXPECT_EQ(linesRead(line + "\n", size, row.max_length, false), Lines{line});
-    EXPECT_EQ(size, row.want_size) << row.length << " characters into " << row.size;
-  }
-}
-
-TEST(ReadLine, APastTheLimitLineIsChoppedAndItsRestIsTheNext) {
-  int size = 64;
-  const std::string chopped(33, 'a'),
-      said = "Line length (33) is greater than max line length (32). Chopping value.\n";
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(linesRead(chopped + "rest\n" + chopped + "\n", size, 32, false),
-            (Lines{chopped, "rest", chopped, ""}));
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), said + said);
-}
-
-TEST(ReadLine, ABufferWithoutRoomGivesNoLine) {
-  int size = 1;
-  EXPECT_EQ(linesRead("text", size, 0, false), Lines{});
-}
-
-TEST(ReadLine, BytesAreBytes) {
-  using namespace std::string_literals;
-  int size = 64;
-  EXPECT_EQ(linesRead("a\r\n\r\n\nb\0c\xff\rd\r"s, size, 0, true),
-            (Lines{"a\0"s, "\0"s, "", "b\0c\xff\rd\r"s}))
-      << "a CR before a newline is counted and removed";
-}
 
 TEST(PathExists, TellsWhyNotAndRepeatsCachedAnswers) {
   const std::string

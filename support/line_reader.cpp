@@ -1,0 +1,152 @@
+#include "support/line_reader.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "support/cv_string.h"
+#include "support/logging.h"
+
+namespace {
+
+constexpr int kSpareBytes = 32;  // so many stay free behind a text
+
+// Doubles `buffer`, keeping its first `used` bytes as they are, NUL bytes included.
+void doubleBuffer(char*& buffer, int& size, int used) {
+  const int doubled = 2 * size;
+  char* larger = newString(nullptr, doubled);
+  memcpy(larger, buffer, static_cast<size_t>(used));
+  delString(buffer);
+  buffer = larger;
+  size = doubled;
+}
+
+// Puts the bytes of one line into the caller's buffer and lets it grow as readLine() promises.
+class LineInBuffer {
+ public:
+  LineInBuffer(Logging* log, char*& buffer, int& size, int max_length)
+      : log_(log), buffer_(buffer), size_(size), max_length_(max_length) {}
+
+  // Takes as many of the n bytes as belong to this line, and says how many.
+  long take(const char* bytes, long n) {
+    long taken = 0;
+    while (taken < n && !full_) {
+      const int room = std::max(1, size_ - kSpareBytes + 1 - stored_);
+      const int piece = static_cast<int>(std::min<long>(n - taken, room));
+      memcpy(buffer_ + stored_, bytes + taken, static_cast<size_t>(piece));
+      stored_ += piece;
+      taken += piece;
+      if (size_ - stored_ < kSpareBytes) makeRoom();
+    }
+    return taken;
+  }
+
+  // No more fits, or may.
+  bool full() const { return full_; }
+  int stored() const { return stored_; }
+
+  // The newline has come: a carriage return before it is no part of the text.
+  void endLine() {
+    if (stored_ > 0 && buffer_[stored_ - 1] == '\r') buffer_[stored_ - 1] = '\0';
+  }
+
+ private:
+  void makeRoom() {
+    static Logging quiet;
+    Logging& report = log_ ? *log_ : quiet;
+    if (max_length_ > 0 && stored_ > max_length_) {
+      full_ = true;
+      report.errorLog_debug(
+          100, "Line length (%d) is greater than max line length (%d). Chopping value.", stored_,
+          max_length_);
+    } else if (size_ <= INT_MAX / 2) {
+      doubleBuffer(buffer_, size_, stored_);
+    } else if (stored_ == size_ - 1) {
+      full_ = true;
+      report.errorLog_debug(1,
+                            "readLine: read %d characters, and have max=%d. Max should have been "
+                            "increased well before this point. Please report to "
+                            "support@corvane.example.\nLast buffer was: '%s'",
+                            stored_, size_, buffer_);
+    }
+  }
+
+  Logging* log_;
+  char*& buffer_;
+  int& size_;
+  const int max_length_;
+  int stored_ = 0;
+  bool full_ = false;
+};
+
+}  // namespace
+
+int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength) {
+  memset(buffer, 0, static_cast<size_t>(std::max(size, 0)));
+  if (size < 2) return -1;  // no room for a character and its NUL
+  LineInBuffer line(log, buffer, size, maxLength);
+  // Nothing behind the line may be fetched: `in` need not be a file in which we could go back.
+  while (!line.full()) {
+    const int c = getc_unlocked(in);
+    if (c == EOF) return line.stored() > 0 ? line.stored() : -1;
+    if (c == '\n') {
+      line.endLine();
+      break;
+    }
+    const char byte = static_cast<char>(c);
+    line.take(&byte, 1);
+  }
+  return line.stored();
+}
+
+LineReader::LineReader(Logging* log, FILE* in, char*& buffer, int& size)
+    : log_(log), in_(in), buffer_(buffer), size_(size) {}
+
+const char* LineReader::next() {
+  for (;;) {
+    const auto left = static_cast<size_t>(end_ - start_);
+    if (auto* newline = static_cast<char*>(memchr(start_, '\n', left))) return inPlace(newline);
+    if (left == kBlock) return inBuffer();
+    if (!readBlock()) return left > 0 ? inPlace(nullptr) : nullptr;
+  }
+}
+
+// Reads on behind what is left of the last block. False at the end of input.
+bool LineReader::readBlock() {
+  const auto left = static_cast<size_t>(end_ - start_);
+  memmove(block_, start_, left);
+  start_ = block_;
+  end_ = block_ + left;
+  const size_t n = fread(end_, 1, static_cast<size_t>(block_ + kBlock - end_), in_);
+  end_ += n;
+  return n > 0;
+}
+
+// The line that ends at its newline or, without one, with the input.
+const char* LineReader::inPlace(char* newline) {
+  char* const line_end = newline ? newline : end_;
+  if (line_end - start_ > size_ - kSpareBytes) return inBuffer();
+  *line_end = '\0';
+  if (newline && newline > start_ && newline[-1] == '\r') newline[-1] = '\0';
+  const char* line = start_;
+  start_ = newline ? newline + 1 : end_;
+  return line;
+}
+
+// The line that starts here, by way of the buffer: it must grow, or the line is longer than a
+// block.
+const char* LineReader::inBuffer() {
+  LineInBuffer line(log_, buffer_, size_, 0);
+  do {
+    const auto left = static_cast<size_t>(end_ - start_);
+    const auto* newline = static_cast<char*>(memchr(start_, '\n', left));
+    start_ += line.take(start_, (newline ? newline : end_) - start_);
+    if (newline == start_) {
+      line.endLine();
+      ++start_;
+      break;
+    }
+  } while (!line.full() && (start_ < end_ || readBlock()));
+  buffer_[line.stored()] = '\0';
+  return buffer_;
+}

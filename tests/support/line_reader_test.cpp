@@ -1,0 +1,94 @@
+#include "support/line_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/cv_string.h"
+#include "support/owned_text.h"
+#include "test_files.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+FILE* streamOf(const std::string& bytes) {
+  write("/run/stream", bytes);
+  return fopen("/run/stream", "r");
+}
+
+// All lines of `bytes`, read into a dirty buffer. What lies behind a line must be zero.
+Lines linesRead(const std::string& bytes, int& size, int max_length) {
+  const OwnedFile in(streamOf(bytes));
+  Lines lines;
+  char* buffer = newString(nullptr, size);
+  for (;;) {
+    memset(buffer, 'x', static_cast<size_t>(size));
+    const int n = readLine(nullptr, in.get(), buffer, size, max_length);
+    if (n == -1) break;
+    lines.emplace_back(buffer, n);
+    EXPECT_EQ(std::count(buffer + n, buffer + size, '\0'), size - n) << lines.size();
+  }
+  delString(buffer);
+  return lines;
+}
+
+}  // namespace
+
+TEST(ReadLine, TheBufferGrowsWhenFewerThan32BytesAreLeft) {
+  const struct {
+    int size, length, max_length, want_size;
+  } rows[] = {{256, 224, 0, 256},   {256, 225, 0, 512}, {256, 481, 0, 1024},
+              {256, 250, 300, 512}, {10, 9, 0, 80},     {2, 1, 9, 4}};
+  for (const auto& row : rows) {
+    const std::string line(static_cast<size_t>(row.length), 'c');
+    int size = row.size;
+    EXPECT_EQ(linesRead(line + "\n", size, row.max_length), Lines{line});
+    EXPECT_EQ(size, row.want_size) << row.length << " characters into " << row.size;
+  }
+  int no_room = 1;
+  EXPECT_EQ(linesRead("text", no_room, 0), Lines{});
+}
+
+TEST(ReadLine, APastTheLimitLineIsChoppedAndItsRestIsTheNext) {
+  int size = 64;
+  const std::string chopped(33, 'a'),
+      said = "Line length (33) is greater than max line length (32). Chopping value.\n";
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(linesRead(chopped + "rest\n" + chopped + "\n", size, 32),
+            (Lines{chopped, "rest", chopped, ""}));
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), said + said);
+}
+
+TEST(ReadLine, BytesAreBytes) {
+  using namespace std::string_literals;
+  int size = 64;
+  EXPECT_EQ(linesRead("a\r\n\r\n\nb\0c\xff\rd\r"s, size, 0),
+            (Lines{"a\0"s, "\0"s, "", "b\0c\xff\rd\r"s}))
+      << "a CR before a newline is counted and removed";
+}
+
+// Lines that end around the end of a block, and longer ones.
+TEST(LineReader, GivesTheLinesOfReadLineAndTheSameGrowth) {
+  std::string bytes = "first\r\n\n";
+  for (const size_t length : {0, 10, 224, 225, 65000, 300, 65535, 65536, 65537, 7, 200000, 1}) {
+    bytes += std::string(length, 'x') + "\n\xff" + std::string(3, '\0') + "\r\n";
+    for (const char* end : {"\r\n", "unended"}) {
+      int read_size = 256, size = 256;
+      const Lines want = linesRead(bytes + end, read_size, 0);
+      Lines got;
+      const OwnedFile in(streamOf(bytes + end));
+      char* buffer = newString(nullptr, size);
+      LineReader reader(nullptr, in.get(), buffer, size);
+      while (const char* line = reader.next()) got.emplace_back(line);
+      ASSERT_EQ(got.size(), want.size());
+      for (size_t i = 0; i < want.size(); ++i) EXPECT_EQ(got[i], want[i].c_str()) << i;
+      EXPECT_EQ(size, read_size) << length;
+      EXPECT_EQ(ftell(in.get()), static_cast<long>(bytes.size() + strlen(end)));
+      delString(buffer);
+    }
+  }
+}
