@@ -1,8 +1,9 @@
 #include "support/configfile.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
-#include <cstdio>
+#include <cstring>
 #include <new>
 #include <vector>
 
@@ -21,17 +22,18 @@ constexpr long long kLargestQuadrupled = 64;  // from this size on, growth doubl
 constexpr long long kMostRecent = 1024;
 
 // The first eight bytes of a name as a number that orders as strcomp() does, as far as it goes: of
-// two names with different leads the one with the smaller comes first. It stands in the entry
-// itself, so that a search in a large table seldom has to fetch the names.
+// two names with different leads the one with the larger comes first. They stand side by side, so
+// that a search in a large table seldom has to fetch an entry. No name and an empty one have 0 and
+// come last.
 unsigned long leadOf(const char* name) {
-  if (!name || *name == '\0') return ~0UL;  // behind all others
+  if (!name || *name == '\0') return 0;
   unsigned long lead = 0;
   for (size_t i = 0; i < sizeof lead; ++i) {
     lead <<= 8;
     // Signed order, as strcomp's. The end of a name counts as the smallest character.
     if (*name != '\0') lead |= static_cast<unsigned char>(*name++) ^ 0x80U;
   }
-  return lead;
+  return ~lead;
 }
 
 bool isText(int type) {
@@ -39,22 +41,23 @@ bool isText(int type) {
 }
 
 void releaseValue(ParamEntry& entry) {
-  if (isText(entry.owned_as))
+  if (entry.value == entry.short_value)
+    ;  // stands in the record
+  else if (isText(entry.ownedAs()))
     delString(entry.value);
-  else if (entry.owned_as == kConfigFileValue)
+  else if (entry.ownedAs() == kConfigFileValue)
     delete reinterpret_cast<ConfigFile*>(entry.value);
-  else if (entry.owned_as == kListFileValue)
+  else if (entry.ownedAs() == kListFileValue)
     delete reinterpret_cast<ListFile*>(entry.value);
   entry.value = nullptr;
 }
 
-// Leaves the record as an unused slot has it. `type` is reset only where it has a meaning.
-void releaseEntry(ParamEntry& entry, bool multi_type) {
-  delString(entry.name);
-  entry.lead = leadOf(nullptr);
-  releaseValue(entry);
-  entry.owned_as = kTextValue;
-  if (multi_type) entry.type = kTextValue;
+int compareValues(const ParamEntry& entry, const char* value) {
+  if (entry.ownedAs() == kNumberTextValue) return intcomp(entry.value, value);
+  if (isText(entry.ownedAs())) return strcomp(entry.value, value);
+  const auto a = reinterpret_cast<uintptr_t>(entry.value);
+  const auto b = reinterpret_cast<uintptr_t>(value);
+  return a < b ? -1 : a > b ? 1 : 0;
 }
 
 char* copyWherePresent(const char* s) {
@@ -96,11 +99,9 @@ ConfigFile::ConfigFile(Logging* log, ConfigFile* cf) : logging(log) {
   for (long long i = 0; i < size; ++i) {
     const ParamEntry& source = *cf->params[i];
     if (!source.name) continue;
-    params[i]->name = newString(source.name);
-    params[i]->lead = source.lead;
-    params[i]->value = newValue(source.value, true, source.owned_as);
-    params[i]->owned_as = source.owned_as;
-    if (multi_type) params[i]->type = source.type;
+    setName(i, source.name);
+    setValue(*params[i], source.value, true, source.ownedAs());
+    if (multi_type) params[i]->type_code = source.type_code;
   }
   param = settled_ = cf->param;
   sorted_ = !cf->wait_to_sort && cf->inOrder();
@@ -110,7 +111,7 @@ ConfigFile::ConfigFile(Logging* log, ConfigFile* cf) : logging(log) {
 ConfigFile::~ConfigFile() {
   delete_file_info();
   delString(result);
-  for (long long i = 0; i < size; ++i) releaseEntry(*params[i], multi_type);
+  for (long long i = 0; i < size; ++i) releaseEntry(i);
   delete[] params;
   delString(caller_location);
 }
@@ -143,11 +144,15 @@ void ConfigFile::allocateSlots() {
   if (size < 0) throw std::bad_array_new_length();  // not every compiler's new[] sees to it
   params = new ParamEntry*[static_cast<size_t>(size)];
   fillSlots(params, 0, size);
+  leads_.resize(static_cast<size_t>(size));
 }
 
 // Gives the slots from .. to - 1 fresh records of one block.
 void ConfigFile::fillSlots(ParamEntry** slots, long long from, long long to) {
-  ParamEntry* record = records_.emplace_back(new ParamEntry[static_cast<size_t>(to - from)]).get();
+  auto* record =
+      static_cast<ParamEntry*>(calloc(static_cast<size_t>(to - from), sizeof(ParamEntry)));
+  if (!record && to > from) throw std::bad_alloc();
+  records_.emplace_back(record);
   for (long long i = from; i < to; ++i) slots[i] = record++;
 }
 
@@ -157,30 +162,24 @@ void ConfigFile::fillSlots(ParamEntry** slots, long long from, long long to) {
 struct ConfigFile::Name {
   const char* text;
   unsigned long lead;
-
-  Name(const char* name) : text(name), lead(leadOf(name)) {}
-  Name(const ParamEntry& entry) : text(entry.name), lead(entry.lead) {}
 };
 
-int ConfigFile::compareNames(const ParamEntry& entry, const Name& name, bool by_case) {
-  if (!by_case) return strcasecomp(entry.name, name.text);
-  if (entry.lead != name.lead) return entry.lead < name.lead ? -1 : 1;
-  return strcomp(entry.name, name.text);
+ConfigFile::Name ConfigFile::nameAt(long long slot) const {
+  return {params[slot]->name, leads_[static_cast<size_t>(slot)]};
 }
 
-int ConfigFile::compareValues(const ParamEntry& entry, const char* value) {
-  if (entry.owned_as == kNumberTextValue) return intcomp(entry.value, value);
-  if (isText(entry.owned_as)) return strcomp(entry.value, value);
-  const auto a = reinterpret_cast<uintptr_t>(entry.value);
-  const auto b = reinterpret_cast<uintptr_t>(value);
-  return a < b ? -1 : a > b ? 1 : 0;
+int ConfigFile::compareNames(long long slot, const Name& name, bool by_case) const {
+  if (!by_case) return strcasecomp(params[slot]->name, name.text);
+  const unsigned long lead = leads_[static_cast<size_t>(slot)];
+  if (lead != name.lead) return lead > name.lead ? -1 : 1;
+  return strcomp(params[slot]->name, name.text);
 }
 
 long long ConfigFile::bisect(const Name& name, const char* value, long long lo,
                              long long hi) const {
   while (lo <= hi) {
     const long long mid = (lo + hi) / 2;
-    int c = compareNames(*params[mid], name, char_case);
+    int c = compareNames(mid, name, char_case);
     if (c == 0 && value) c = compareValues(*params[mid], value);
     if (c == 0) return mid;
     if (c < 0)
@@ -194,8 +193,8 @@ long long ConfigFile::bisect(const Name& name, const char* value, long long lo,
 long long ConfigFile::findLinearly(const Name& name, const char* value) const {
   for (long long i = 0; i < param; ++i) {
     const ParamEntry& entry = *params[i];
-    if (!entry.name || compareNames(entry, name, char_case) != 0) continue;
-    if (!value || (isText(entry.owned_as) && compareValues(entry, value) == 0)) return i;
+    if (!entry.name || compareNames(i, name, char_case) != 0) continue;
+    if (!value || (isText(entry.ownedAs()) && compareValues(entry, value) == 0)) return i;
   }
   return -1;
 }
@@ -211,16 +210,16 @@ long long ConfigFile::find(const Name& name, const char* value) {
 
 long long ConfigFile::getIndex(const char* name, const char* value) {
   settle();
-  return find(name, value);
+  return find({name, leadOf(name)}, value);
 }
 
 char* ConfigFile::getValue(const char* name) {
   static char cf_str[] = "ConfigFile";
   static char long_str[] = "Long Integer";
   static char lf_str[] = "ListFile";
-  const long long i = find(name, nullptr);
+  const long long i = find({name, leadOf(name)}, nullptr);
   if (i == -1) return nullptr;
-  switch (multi_type ? params[i]->type : kTextValue) {
+  switch (multi_type ? kTextValue + params[i]->type_code : kTextValue) {
     case kConfigFileValue:
       return cf_str;
     case kLongIntegerValue:
@@ -244,10 +243,35 @@ char* ConfigFile::getValueAt(long long i) {
 
 int ConfigFile::get_type_at(long long i) {
   settle();
-  return multi_type ? params[i]->type : kTextValue;
+  return multi_type ? kTextValue + params[i]->type_code : kTextValue;
 }
 
 // --- Changes ---
+
+// Puts a copy of the name into a slot that has none.
+void ConfigFile::setName(long long slot, const char* name) {
+  ParamEntry& entry = *params[slot];
+  const size_t length = strlen(name);
+  entry.name = length < sizeof entry.short_name ? entry.short_name : newString(name);
+  if (entry.name == entry.short_name) memcpy(entry.name, name, length + 1);
+  leads_[static_cast<size_t>(slot)] = leadOf(name);
+}
+
+void ConfigFile::releaseName(long long slot) {
+  ParamEntry& entry = *params[slot];
+  if (entry.name != entry.short_name) delString(entry.name);
+  entry.name = nullptr;
+  leads_[static_cast<size_t>(slot)] = leadOf(nullptr);
+}
+
+// Leaves the record as an unused slot has it. Its type is reset only where it has a meaning.
+void ConfigFile::releaseEntry(long long slot) {
+  ParamEntry& entry = *params[slot];
+  releaseName(slot);
+  releaseValue(entry);
+  entry.owned_code = 0;
+  if (multi_type) entry.type_code = 0;
+}
 
 // The pointer to store: a deep copy, or the caller's own. Null for a kind that cannot be copied.
 char* ConfigFile::newValue(const char* value, bool copy, int type) {
@@ -261,44 +285,57 @@ char* ConfigFile::newValue(const char* value, bool copy, int type) {
   return nullptr;
 }
 
+// Replaces the value of an entry. The new one may be, or lie in, the one replaced.
+void ConfigFile::setValue(ParamEntry& entry, const char* value, bool copy, int type) {
+  const size_t length = copy && isText(type) && value ? strlen(value) : SIZE_MAX;
+  if (length < sizeof entry.short_value) {
+    char text[sizeof entry.short_value];
+    memcpy(text, value, length + 1);
+    releaseValue(entry);
+    entry.value = static_cast<char*>(memcpy(entry.short_value, text, length + 1));
+  } else {
+    char* stored = newValue(value, copy, type);
+    if (!stored && type == kTextValue) stored = newString("");
+    releaseValue(entry);
+    entry.value = stored;
+  }
+  entry.owned_code = type - kTextValue;
+}
+
 bool ConfigFile::setParam(const char* name, const char* value, bool copy, int type,
                           bool allow_empty_name) {
   if (!name || (*name == '\0' && !allow_empty_name)) return false;
   changed = true;
   if (!mayGather()) settle();
-  const long long found = wait_to_sort ? -1 : find(name, duplicate ? value : nullptr);
+  const Name sought = {name, leadOf(name)};
+  const long long found = wait_to_sort ? -1 : find(sought, duplicate ? value : nullptr);
   if (found != -1 && !value) return true;
 
-  char* stored = newValue(value, copy, type);
-  if (!stored && type == kTextValue) stored = newString("");
   if (found == -1) {
     ensureRoom();
-    params[param]->name = newString(name);
-    params[param]->lead = leadOf(name);
-    ++param;
+    setName(param++, name);
   }
   ParamEntry& entry = *params[found == -1 ? param - 1 : found];
-  releaseValue(entry);
-  entry.value = stored;
   // In a plain table a value of no known type is a text like all others.
-  entry.owned_as = multi_type || (type >= kTextValue && type <= kJsonValue) ? type : kTextValue;
-  if (multi_type) entry.type = type;
+  const bool known = multi_type || (type >= kTextValue && type <= kJsonValue);
+  setValue(entry, value, copy, known ? type : kTextValue);
+  if (multi_type) entry.type_code = type - kTextValue;
   if (found == -1) placeLast();
   return true;
 }
 
 void ConfigFile::setParam(const char* name, int value) {
-  char text[32];
-  snprintf(text, sizeof text, "%d", value);
+  char text[12];
+  *std::to_chars(text, text + sizeof text - 1, value).ptr = '\0';
   setParam(name, text, true, kTextValue, false);
 }
 
 void ConfigFile::deleteParam(const char* name, const char* value) {
   if (!name || *name == '\0') return;
   changed = true;
-  const long long i = find(name, value);
+  const long long i = find({name, leadOf(name)}, value);
   if (i == -1) return;
-  releaseEntry(*params[i], multi_type);
+  releaseEntry(i);
   if (wait_to_sort)
     shift_down_from(i);
   else
@@ -310,26 +347,30 @@ void ConfigFile::deleteParam(const char* name, const char* value) {
 
 // Moves the emptied record at i behind all entries in use.
 void ConfigFile::closeGap(long long i) {
-  std::rotate(params + i, params + i + 1, params + param);
+  rotateSlots(i, i + 1, param);
   if (i < settled_) --settled_;
 }
 
 void ConfigFile::deleteParams(ListFile* names) {
   settle();
   changed = true;
-  ParamEntry** const end = params + param;
-  ParamEntry** const removed = std::stable_partition(params, end, [names](const ParamEntry* entry) {
-    return names->getIndex(entry->name, false) == -1;
-  });
-  for (ParamEntry** entry = removed; entry != end; ++entry) releaseEntry(**entry, multi_type);
-  param = settled_ = removed - params;
+  long long kept = 0;
+  for (long long i = 0; i < param; ++i) {
+    if (names->getIndex(params[i]->name, false) != -1) {
+      releaseEntry(i);
+    } else {
+      swapSlots(kept, i);
+      ++kept;
+    }
+  }
+  param = settled_ = kept;
   if (!wait_to_sort && !inOrder()) sort();
 }
 
 void ConfigFile::empty() {
   changed = true;
   for (long long i = 0; i < size; ++i)
-    if (params[i]->name) releaseEntry(*params[i], multi_type);
+    if (params[i]->name) releaseEntry(i);
   param = settled_ = 0;
   sorted_ = true;
   sorted_by_ = currentOrder();
@@ -347,12 +388,14 @@ void ConfigFile::ensureRoom() {
   delete[] params;
   params = slots;
   size = larger;
+  leads_.resize(static_cast<size_t>(size));
 }
 
 // --- Order ---
 
-// An entry against a name and value, by the order of the table.
-int ConfigFile::compareInOrder(const ParamEntry& entry, const Name& name, const char* value) const {
+// The entry in a slot against a name and value, by the order of the table.
+int ConfigFile::compareInOrder(long long slot, const Name& name, const char* value) const {
+  const ParamEntry& entry = *params[slot];
   int c;
   switch (sort_type) {
     case 1:
@@ -365,21 +408,35 @@ int ConfigFile::compareInOrder(const ParamEntry& entry, const Name& name, const 
       c = strlencomp(entry.name, name.text);
       break;
     default:
-      c = compareNames(entry, name, char_case);
+      c = compareNames(slot, name, char_case);
   }
   return c == 0 && duplicate ? compareValues(entry, value) : c;
 }
 
-// The slot in lo .. hi - 1 whose entry, and all behind it, come after `entry`; hi if none does.
-long long ConfigFile::placeFor(const ParamEntry& entry, long long lo, long long hi) const {
+// The first slot in lo .. hi - 1 of which `comes_behind` is true, as it then is of all after it; hi
+// if of none.
+template <typename Predicate>
+long long ConfigFile::firstBehind(long long lo, long long hi, Predicate comes_behind) {
   while (lo < hi) {
     const long long mid = (lo + hi) / 2;
-    if (compareInOrder(*params[mid], entry, entry.value) > 0)
+    if (comes_behind(mid))
       hi = mid;
     else
       lo = mid + 1;
   }
   return lo;
+}
+
+void ConfigFile::swapSlots(long long a, long long b) {
+  std::swap(params[a], params[b]);
+  std::swap(leads_[static_cast<size_t>(a)], leads_[static_cast<size_t>(b)]);
+}
+
+// As std::rotate().
+void ConfigFile::rotateSlots(long long first, long long middle, long long end) {
+  const auto leads = leads_.begin();
+  std::rotate(params + first, params + middle, params + end);
+  std::rotate(leads + first, leads + middle, leads + end);
 }
 
 // The last entry has just been appended: moves it to its place.
@@ -392,8 +449,12 @@ void ConfigFile::placeLast() {
   } else {
     const long long last = param - 1;
     const bool waits = mayGather();
-    const long long place = placeFor(*params[last], waits ? settled_ : 0, last);
-    std::rotate(params + place, params + last, params + param);
+    const Name name = nameAt(last);
+    const char* value = params[last]->value;
+    const long long place = firstBehind(waits ? settled_ : 0, last, [&](long long slot) {
+      return compareInOrder(slot, name, value) > 0;
+    });
+    rotateSlots(place, last, param);
     if (!waits)
       settled_ = param;
     else if (param - settled_ > kMostRecent)
@@ -405,16 +466,21 @@ void ConfigFile::placeLast() {
 // once. The settings may have changed meanwhile: the order is that in which all of them stand.
 void ConfigFile::settle() {
   if (settled_ == param) return;
+  const auto leads = leads_.begin();
   const std::vector<ParamEntry*> recent(params + settled_, params + param);
-  ParamEntry** end = params + param;
-  ParamEntry** settled = params + settled_;
-  for (auto entry = recent.rbegin(); entry != recent.rend(); ++entry) {
-    ParamEntry** const place =
-        std::upper_bound(params, settled, *entry, [this](const ParamEntry* a, const ParamEntry* b) {
-          return compareNames(*a, *b, sorted_by_.char_case) < 0;
-        });
-    end = std::move_backward(place, settled, end);
-    *--end = *entry;
+  const std::vector<unsigned long> recent_leads(leads + settled_, leads + param);
+  long long end = param;
+  long long settled = settled_;
+  for (size_t i = recent.size(); i-- > 0;) {
+    const Name name = {recent[i]->name, recent_leads[i]};
+    const long long place = firstBehind(0, settled, [&](long long slot) {
+      return compareNames(slot, name, sorted_by_.char_case) > 0;
+    });
+    std::move_backward(params + place, params + settled, params + end);
+    std::move_backward(leads + place, leads + settled, leads + end);
+    end -= settled - place + 1;
+    params[end] = recent[i];
+    leads[end] = name.lead;
     settled = place;
   }
   settled_ = param;
@@ -437,14 +503,15 @@ void ConfigFile::quickSort(long long lo, long long hi) {
   settle();
   sorted_ = inOrder();
   while (lo < hi) {
-    const ParamEntry& pivot = *params[(lo + hi) / 2];
+    const Name pivot = nameAt((lo + hi) / 2);
+    const char* value = params[(lo + hi) / 2]->value;
     long long i = lo;
     long long j = hi;
     // The bounds matter for orders that contradict themselves, as that of texts without a number.
     while (i <= j) {
-      while (i < hi && compareInOrder(*params[i], pivot, pivot.value) < 0) ++i;
-      while (j > lo && compareInOrder(*params[j], pivot, pivot.value) > 0) --j;
-      if (i <= j) std::swap(params[i++], params[j--]);
+      while (i < hi && compareInOrder(i, pivot, value) < 0) ++i;
+      while (j > lo && compareInOrder(j, pivot, value) > 0) --j;
+      if (i <= j) swapSlots(i++, j--);
     }
     // The smaller side by recursion, the larger here: the stack stays shallow on any input.
     if (j - lo < hi - i) {
@@ -473,17 +540,19 @@ bool ConfigFile::move_params(long long from, long long to) {
   }
   ParamEntry& source = *params[from];
   ParamEntry& target = *params[to];
-  target.name = source.name;
-  target.lead = source.lead;
+  setName(to, source.name);
   target.value = source.value;
-  target.owned_as = source.owned_as;
+  if (source.value == source.short_value) {
+    memcpy(target.short_value, source.short_value, sizeof target.short_value);
+    target.value = target.short_value;
+  }
+  target.owned_code = source.owned_code;
   // An entry that moves is a text from then on, and its old slot keeps the code: so it has always
-  // been. What the value really is stays known to owned_as.
-  if (multi_type) target.type = kTextValue;
-  source.name = nullptr;
-  source.lead = leadOf(nullptr);
+  // been. What the value really is stays known to owned_code.
+  if (multi_type) target.type_code = 0;
+  releaseName(from);
   source.value = nullptr;
-  source.owned_as = kTextValue;
+  source.owned_code = 0;
   sorted_ = false;
   return true;
 }

@@ -6,6 +6,7 @@
 // replaced or removed. One thread at a time.
 #pragma once
 
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -20,12 +21,17 @@ constexpr int kLongIntegerValue = 4;  // a 64-bit integer in the pointer itself
 constexpr int kListFileValue = 5;     // owned ListFile
 constexpr int kJsonValue = 6;         // owned text
 
+// A record of zero bytes is an unused one: blocks of them cost no memory until they are used.
 struct ParamEntry {
-  char* name = nullptr;       // null in an unused slot
-  char* value = nullptr;      // by type, see above; null in an unused slot
-  int type = kTextValue;      // moves with multi_type; get_type_at() tells
-  int owned_as = kTextValue;  // what `value` really points at, whatever `type` has been set to
-  unsigned long lead = ~0UL;  // the first bytes of the name as a number, see leadOf()
+  char* name;            // null in an unused slot
+  char* value;           // by type, see above; null in an unused slot
+  unsigned long lead;    // the first bytes of the name as a number, see leadOf()
+  int type_code;         // less kTextValue; moves with multi_type; get_type_at() tells
+  int owned_code;        // the same of what `value` really points at, whatever the type was set to
+  char short_name[16];   // where a short name stands, and a short copied text: an IPv4 address and
+  char short_value[16];  // its time need no allocation of their own
+
+  int ownedAs() const { return kTextValue + owned_code; }
 };
 
 // Attributes of the file that a table may stand for. Texts are owned.
@@ -171,22 +177,34 @@ class ConfigFile {
 
   void allocateSlots();
   void fillSlots(ParamEntry** slots, long long from, long long to);
+  void setName(long long slot, const char* name);
   char* newValue(const char* value, bool copy, int type);
+  void setValue(ParamEntry& entry, const char* value, bool copy, int type);
+  void releaseName(long long slot);
+  void releaseEntry(long long slot);
+
   struct Name;
-  static int compareNames(const ParamEntry& entry, const Name& name, bool by_case);
-  static int compareValues(const ParamEntry& entry, const char* value);
-  int compareInOrder(const ParamEntry& entry, const Name& name, const char* value) const;
+  Name nameAt(long long slot) const;
+  int compareNames(long long slot, const Name& name, bool by_case) const;
+  int compareInOrder(long long slot, const Name& name, const char* value) const;
   long long find(const Name& name, const char* value);
   long long bisect(const Name& name, const char* value, long long lo, long long hi) const;
   long long findLinearly(const Name& name, const char* value) const;
-  long long placeFor(const ParamEntry& entry, long long lo, long long hi) const;
+  template <typename Predicate>
+  static long long firstBehind(long long lo, long long hi, Predicate comes_behind);
+  void swapSlots(long long a, long long b);
+  void rotateSlots(long long first, long long middle, long long end);
   void placeLast();
   void settle();
   void closeGap(long long i);
 
-  std::vector<std::unique_ptr<ParamEntry[]>>
-      records_;  // what the slots point at, a block for each growth
-  bool sorted_;  // the entries stand in the order sorted_by_
+  struct Free {
+    void operator()(void* block) const { free(block); }
+  };
+  std::vector<std::unique_ptr<ParamEntry[], Free>>
+      records_;                       // what the slots point at, a block for each growth
+  std::vector<unsigned long> leads_;  // of the name in each slot, see leadOf()
+  bool sorted_;                       // the entries stand in the order sorted_by_
   Order sorted_by_;
   bool gathering_;
   long long settled_;  // entries before this slot are in order, and so are those from it on;

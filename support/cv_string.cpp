@@ -126,10 +126,12 @@ char* newStringf(const char* format, ...) {
 char* newStringv(const char* format, va_list args) {
   va_list again;
   va_copy(again, args);
+  char most[256];
   // Negative only for a result that no int can measure: such a text comes out empty.
-  const int length = std::max(vsnprintf(nullptr, 0, format, args), 0);
-  char* text = newString(nullptr, length);
-  vsnprintf(text, static_cast<size_t>(length) + 1, format, again);
+  const int length = std::max(vsnprintf(most, sizeof most, format, args), 0);
+  char* text = newString(length < static_cast<int>(sizeof most) ? most : nullptr, length);
+  if (length >= static_cast<int>(sizeof most))
+    vsnprintf(text, static_cast<size_t>(length) + 1, format, again);
   va_end(again);
   return text;
 }
