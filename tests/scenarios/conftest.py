@@ -27,12 +27,20 @@ class Machine:
             if self.holder.wait() == 77:
                 pytest.skip("no private namespace to be had")
             pytest.fail("the private namespace could not be made")
-        children = Path(f"/proc/{self.holder.pid}/task/{self.holder.pid}/children")
-        self.first_process = children.read_text().split()[0]
+        self.first_process = self.children(self.holder.pid)[0]
         self.root = Path(f"/proc/{self.first_process}/root")
         self.directory = directory
         self.modified = int(time.time()) + 60
         self.standalone = None
+
+    @staticmethod
+    def children(process):
+        return Path(f"/proc/{process}/task/{process}/children").read_text().split()
+
+    def background(self):
+        """The id out here of the daemon in the background, None if there is none."""
+        orphans = self.children(self.first_process)[1:]
+        return int(orphans[0]) if orphans else None
 
     def close(self):
         self.holder.stdin.close()
@@ -111,13 +119,14 @@ class Machine:
         return None
 
     def wait_for_cycles(self, cycles):
-        """Lets the daemon look at its log that often: seen by a log that's not there."""
-        name = self.path(LOG)
-        away = name.with_name("away")
-        before = self.activity().count(MISSING)
-        name.rename(away)
-        self.wait_for(lambda: self.activity().count(MISSING) >= before + cycles)
-        away.rename(name)
+        """Lets the daemon look at its log that often: it sleeps once after each look."""
+        status = Path(f"/proc/{self.background()}/status")
+
+        def sleeps():
+            return int(status.read_text().split("\nvoluntary_ctxt_switches:")[1].split()[0])
+
+        before = sleeps()
+        self.wait_for(lambda: sleeps() > before + cycles)
 
 
 MISSING = f"Cannot stat: {LOG} : No such file or directory"
