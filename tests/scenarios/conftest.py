@@ -49,6 +49,11 @@ class Machine:
     def command(self, *arguments):
         return ["nsenter", "--target", self.first_process, "--mount", "--root", "--pid", *arguments]
 
+    def inside(self, script, *arguments):
+        """Runs a script of the shell, for what only the namespace can do."""
+        subprocess.run(self.command("sh", "-c", script, "sh", *arguments), check=True,
+                       stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
     def run(self, *arguments, environment=()):
         """Runs the daemon until its first process ends: status, and what it printed."""
         command = self.command("env", *environment, os.environ["DAEMON"], *arguments)
@@ -132,13 +137,16 @@ class Machine:
 MISSING = f"Cannot stat: {LOG} : No such file or directory"
 
 
+def stamp(when):
+    return time.strftime("%b %e %H:%M:%S", time.localtime(when))
+
+
 def login(address, user="bob", age=0, text="dovecot: imap-login: Login: user=<{user}>, "
           "method=PLAIN, rip={address}, lip=10.77.0.1, mpid=38, session=<x>"):
     # A stamp has no year: one of the old year would lie ahead.
     while time.localtime(time.time() - age).tm_year != time.localtime().tm_year:
         time.sleep(1)
-    stamp = time.strftime("%b %e %H:%M:%S", time.localtime(time.time() - age))
-    return f"{stamp} mail {text.format(user=user, address=address)}\n"
+    return f"{stamp(time.time() - age)} mail {text.format(user=user, address=address)}\n"
 
 
 @pytest.fixture
