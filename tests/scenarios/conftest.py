@@ -112,14 +112,14 @@ class Machine:
         return (self.read(HOSTS) or "").split()
 
     @staticmethod
-    def wait_for(condition, seconds=15):
+    def wait_for(condition, seconds=15, pause=0.05):
         """What the condition gives once it holds; fails if it doesn't in time."""
         deadline = time.monotonic() + seconds
         while time.monotonic() < deadline:
             found = condition()
             if found:
                 return found
-            time.sleep(0.05)
+            time.sleep(pause)
         pytest.fail(f"not within {seconds} seconds: {condition.__code__.co_names}")
         return None
 
