@@ -11,6 +11,7 @@
 #include "daemon/activity_log.h"
 #include "daemon/paths.h"
 #include "daemon/state.h"
+#include "support/system.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ std::string roomFor(const ConfigFile& table) {
 // The content is put together first and handed over in one piece, so that the mail server's
 // chance of reading half a file is as small as it can be.
 void rewrite(const char* path, const std::string& content) {
-  hosts = fopen(path, "w");
+  hosts = openStream(path, "w");
   if (!hosts) {
     log("Unable to open %s for writing : %s", path, strerror(errno));
     return;

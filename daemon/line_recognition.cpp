@@ -39,6 +39,14 @@ bool isEnd(const char* message) {
   return startsWithAny(message, kEnds, std::size(kEnds));
 }
 
+// What imapd says of who did not log in, with the same first word.
+bool isRefusal(const char* message) {
+  static constexpr const char* kRefusals[] = {"Login failed", "Login disabled",
+                                              "Login excessive login failures",
+                                              "Login SYSTEM BREAK-IN ATTEMPT"};
+  return startsWithAny(message, kRefusals, std::size(kRefusals));
+}
+
 void parseClassicLine(const char* line, const char* program) {
   const char* at = findChar(program, ' ');
   const char* bracket = findChar(program, '[');
@@ -54,8 +62,8 @@ void parseClassicLine(const char* line, const char* program) {
     getImapConnectData(pid, at);
   else if (startsWith(message, "User"))
     verifyPid(pid, line, 0);
-  else if (startsWith(message, "Login failed"))
-    return;  // says that nobody has logged in, with the same first word
+  else if (isRefusal(message))
+    return;
   else if (startsWith(message, "Login"))
     verifyPid(pid, line, 1);
   else if (isEnd(message))

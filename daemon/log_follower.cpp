@@ -12,6 +12,7 @@
 #include "daemon/login.h"
 #include "daemon/state.h"
 #include "support/line_reader.h"
+#include "support/system.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ int logChanged() {
 }
 
 bool openLog() {
-  maillog = fopen(log_file, "r");
+  maillog = openStream(log_file, "r");
   if (!maillog) {
     log("Unable to open %s for reading\t: %s", log_file, strerror(errno));
     return false;

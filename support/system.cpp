@@ -146,6 +146,12 @@ bool has_chrooted() {
   return is_in_chroot;
 }
 
+FILE* openStream(const char* path, const char* mode) {
+  const int flags = *mode == 'w' ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY;
+  const int file = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
+  return file == -1 ? nullptr : fdopen(file, mode);
+}
+
 int pathExists(const char* path, int use_cache, bool clear_result, bool explain) {
   if (clear_result) clearReasons();
   if (!path || *path == '\0') {

@@ -23,6 +23,10 @@ bool has_chrooted();
 
 // --- Reading ---
 
+// As fopen() for "r" or "w", but a pipe never makes the caller wait for its other end: one without
+// a reader cannot be opened for writing, and one without a writer is empty.
+FILE* openStream(const char* path, const char* mode);
+
 // Whether `path` exists, links followed. With use_cache an earlier answer is given again, also
 // after the file has come or gone. With clear_result system_res is emptied first; with explain
 // it then says why the path cannot be reached.
