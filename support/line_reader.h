@@ -41,5 +41,5 @@ class LineReader {
   int& size_;
   char* start_ = block_;  // what has been read and not handed over yet: start_ .. end_ - 1
   char* end_ = block_;
-  char block_[kBlock + 1];  // and a NUL behind a last line without a newline
+  char block_[kBlock + 1] = {};  // and a NUL behind a last line without a newline
 };
