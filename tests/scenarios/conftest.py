@@ -18,10 +18,12 @@ PID_FILE = "/run/cv-popb4smtp.pid"
 class Machine:
     """Private namespaces and the daemon in them; all of it ends with the scenario."""
 
-    def __init__(self, directory):
+    enter = ("--mount", "--root", "--pid")
+
+    def __init__(self, directory, holder=("sh", "-c", "echo ready; cat")):
         # It lives until its standard input ends: also when this process is killed.
         self.holder = subprocess.Popen(
-            [PROJECT / "scripts/in-private-namespace", "sh", "-c", "echo ready; cat"],
+            [PROJECT / "scripts/in-private-namespace", *holder],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         if self.holder.stdout.readline() != "ready\n":
             if self.holder.wait() == 77:
@@ -47,7 +49,7 @@ class Machine:
         self.holder.wait()
 
     def command(self, *arguments):
-        return ["nsenter", "--target", self.first_process, "--mount", "--root", "--pid", *arguments]
+        return ["nsenter", "--target", self.first_process, *self.enter, *arguments]
 
     def inside(self, script, *arguments):
         """Runs a script of the shell, for what only the namespace can do."""
