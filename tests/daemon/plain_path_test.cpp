@@ -1,0 +1,160 @@
+// What scans save by calendars, sorted runs and short cuts must change nothing: the same damaged
+// logs go through the daemon and through its rules put as plainly as can be.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <regex>
+
+#include "daemon/log_follower.h"
+#include "daemon/login.h"
+#include "daemon/state.h"
+#include "fake_time.h"
+#include "support/cv_string.h"
+#include "test_files.h"
+
+namespace {
+
+using std::string;
+using Table = std::map<string, string>;
+
+struct PlainDaemon {
+  Table hosts, users, processes, logins;
+  std::smatch fields;
+  long when = 0;
+
+  bool is(const string& text, const string& pattern) {
+    static std::map<string, std::regex> known;
+    return std::regex_match(text, fields, known.try_emplace(pattern, pattern).first->second);
+  }
+
+  void scan(const string& log) {
+    logins.clear();
+    for (const auto& [ip, then] : Table(hosts))
+      if (std::stol(then) + lifetime_s() < time(nullptr)) hosts.erase(ip), users.erase(ip);
+    for (const string& line : linesOf(log))
+      parse(line.substr(0, line.size() - line.ends_with('\r')).c_str());  // up to a NUL
+  }
+
+  void parse(const string& line) {
+    const string head = "[^][ \t\r\n]*[^ \t\r\n][^ ]*(?: [ \t\r\n]*[^ \t\r\n][^ ]*){3} ";
+    if (is(line, head + "dovecot[^ ]* (?:pop3|imap)-login: Login:[^]*")) {
+      if (isFresh(line) && is(line, "[^<]*<([^>]{0,256})>(?:(?!rip=)[^])*rip=([^,]{0,20}),[^]*"))
+        admit(fields[2], fields[1], true);
+    } else if (is(line, head + "(?:vm-pop3d|imapd)[^ []*\\[([^ ]* ([^]*))")) {
+      const long pid = std::clamp(atol(fields[1].str().c_str()), long{INT_MIN}, long{INT_MAX});
+      parseClassic(line, processes, std::to_string(pid), fields[2]);
+    }
+  }
+
+  void parseClassic(const string& line, Table& known, const string& pid, const string& message) {
+    if (is(message, "(?:Connect|imap service init)[^ ]* [^ ]* ([^]*)")) known[pid] = fields[1];
+    if (is(message,
+           "(Session|Socket|Logout|Command stream end of file|Fatal error|IMAP toolkit "
+           "crash)[^]*"))
+      known.erase(pid);
+    const bool quoted = message.starts_with("User");
+    if (!is(message, "(User|Login(?! failed))[^]*") || !isFresh(line)) return;
+    if (!is(line, quoted ? "[^']*(?:'([^']{0,100})'[^']*(?:'([^']{0,100})'[^]*)?)?"
+                         : "[^=]*(?:=([^ ]{0,100}) [^]*)?()"))
+      return;
+    const string user = fields.str(1) + (quoted && fields[2].matched ? "@" : "") + fields.str(2);
+    const auto [process, is_new] = known.try_emplace(pid, "");
+    if (is_new && !is(line, "[^\\]]*\\](?:[^ ]* ){6}(?:(?!in)|in[^ ]* [^ ]* )(([^,]*)[^]*)"))
+      known.erase(pid);
+    else if (is_new && fields.length(1) > fields.length(2) && fields.length(2) <= 16)
+      process->second = fields[2];
+    if (known.contains(pid) && known[pid] != "127.0.0.1") admit(known[pid], user, !user.empty());
+  }
+
+  void admit(const string& ip, const string& user, bool named) {
+    if (!isIP(ip.c_str())) return;
+    if (!user.empty()) logins[user] = "when=" + std::to_string(when) + "&ip=" + ip;
+    if (ip == "127.0.0.1") return;
+    hosts[ip] = std::to_string(static_cast<int>(when));
+    if (named) users[ip] = user;
+  }
+
+  bool isFresh(const string& line) {
+    const time_t now = time(nullptr);
+    tm date = *localtime(&now);
+    char month[32] = "";
+    if (sscanf(line.c_str(), "%31s %d %d:%d:%d", month, &date.tm_mday, &date.tm_hour, &date.tm_min,
+               &date.tm_sec) < 5)
+      return false;
+    for (date.tm_mon = 0; months[date.tm_mon] != string(month); ++date.tm_mon)
+      if (date.tm_mon == 11) return false;
+    when = mktime(&date);
+    return when + lifetime_s() >= now;
+  }
+};
+
+// A log around `now` of the sample lines in any order, of many clients, every third one damaged.
+string damagedLog(time_t now, size_t lines, std::mt19937& random) {
+  const auto any = [&random](size_t below) { return random() % below; };
+  const string damage("0123456789<>'=,. []:\0\r\t-x@\xe9", 27);
+  std::vector<string> samples;
+  for (const auto& file : std::filesystem::directory_iterator(SAMPLE_LINES))
+    for (const string& line : linesOf(contentOf(file.path())))
+      if (!line.empty() && islower(line[0])) samples.push_back(line);
+  string log;
+  for (size_t i = 0; i < lines; ++i) {
+    const time_t edges[] = {now, now - 1800, now - 1801, now + 86400 - time_t(any(172800))};
+    const time_t when = any(3) ? now + 1000 - time_t(any(5000)) : edges[any(4)];
+    char stamp[32];
+    strftime(stamp, sizeof stamp, "%b %e %H:%M:%S mail ", localtime(&when));
+    string line = stamp + samples[any(samples.size())];
+    if (const size_t pid = line.find('['); pid < line.find(' ', 21))
+      line.insert(pid + 1, std::to_string(any(lines / 20 + 1)));
+    if (const size_t client = line.find("192.0.2."); client != string::npos)
+      line.replace(client + 4, 3, std::to_string(any(3)) + "." + std::to_string(any(250)));
+    for (size_t hits = any(3) ? 0 : 1 + any(3); hits > 0; --hits)
+      line.replace(any(line.size()), any(3), any(3), damage[any(damage.size())]);
+    log += line + (any(9) ? "\n" : "\r\n");
+  }
+  return log;
+}
+
+Table entriesOf(ConfigFile& table) {
+  Table entries;
+  for (long long i = 0; i < table.param; ++i) entries[table.getNameAt(i)] = table.getValueAt(i);
+  return entries;
+}
+
+}  // namespace
+
+TEST(PlainPath, LeavesTheSameTablesAndFiles) {
+  std::vector<time_t> changes = {midday(2026, 6, 1)};
+  const auto clockOf = [](time_t t) { return localtime(&t)->tm_gmtoff + localtime(&t)->tm_isdst; };
+  for (time_t t = midday(2016, 1, 1); t < midday(2026, 12, 31); t += 1800)
+    if (clockOf(t) != clockOf(t - 1800)) changes.push_back(t);
+  std::mt19937 random(1);
+  delString(log_file, buffer);
+  log_file = newString(kMailLogOtherwise);
+  buffer = newString(nullptr, buff_size = 256);
+  minutes = 30;
+  for (const time_t change : changes) {
+    FakeTime clock(change);
+    PlainDaemon plain;
+    for (ConfigFile* table : {&host_list, &user_list, &process_ips}) table->empty();
+    for (const int seconds_on : {-5400, -1, 0, 900, 2700, 7200, 90000}) {
+      clock.set(change + seconds_on);
+      const size_t lines = change == changes[0] && seconds_on == 0 ? 30000 : 400;  // many, once
+      const string log = damagedLog(time(nullptr), lines, random);
+      write(log_file, log);
+      last_pos = 0;
+      updateHosts();
+      plain.scan(log);
+      string ips, ips_with_users;
+      for (const auto& [ip, when] : plain.hosts) ips += ip + "\n";
+      for (const auto& [ip, user] : plain.users) ips_with_users += ip + ": " + user + "\n";
+      ASSERT_EQ(entriesOf(host_list), plain.hosts) << seconds_on << " s from " << change;
+      ASSERT_EQ(entriesOf(process_ips), plain.processes);
+      ASSERT_EQ(entriesOf(last_login), plain.logins);
+      ASSERT_EQ(contentOf(kHostFile), ips);
+      ASSERT_EQ(contentOf(kUserFile), ips_with_users);
+    }
+  }
+}
