@@ -145,6 +145,7 @@ class Result:
 
     def __init__(self, name, about):
         self.name, self.about, self.samples, self.figures = name, about, {}, []
+        self.in_seconds = True  # the samples
 
     def measure(self, rounds=None, **subjects):
         """Lets the subjects take turns, each round in another order."""
@@ -189,7 +190,8 @@ def growing(result, writer, targets):
     write(LOG, writer, 10000)
     write(MANY_LOG, writer, 100000)
     result.measure(3 * OPTIONS.rounds, **{"daemon 10000": scan, "perl 10000": perl})
-    same_content("perl")
+    mawk()
+    same_content("perl", "mawk")
     result.measure(**{"daemon 100000": lambda: scan(MANY_LOG, memory),
                       "perl 100000": lambda: perl(MANY_LOG)})
     same_content("perl")
@@ -264,7 +266,7 @@ def bursts_workload(result):
                 cpu.append(daemon.cpu())
             time.sleep(0.002)
         used = (daemon.cpu() - before) / (time.time() - began) * 100
-    result.samples["delay beyond the poll, ms"] = delays
+    result.samples, result.in_seconds = {"delay beyond the poll, ms": delays}, False
     result.figure("longest delay beyond the poll", delays, 100, unit="ms", value=max(delays))
     per_poll = [(b - a) / POLL_S * 100 for a, b in zip(cpu, cpu[1:])]
     result.figure("share of a core", per_poll, 1.5, unit="%", value=used)
@@ -288,8 +290,9 @@ def idle_workload(result):
     polls = [i for i, line in enumerate(lines) if "nanosleep" in line and "restart" not in line]
     if len(polls) < 3:
         raise Skip(f"strace tells nothing: {Path('/run/strace').read_text()}")
-    result.samples["system calls of a poll"] = [b - a for a, b in zip(polls, polls[1:])]
-    result.figure("system calls of a poll", result.samples["system calls of a poll"], 2)
+    calls_each = [b - a for a, b in zip(polls, polls[1:])]
+    result.samples, result.in_seconds = {"system calls of a poll": calls_each}, False
+    result.figure("system calls of a poll", calls_each, 2)
 
 
 def long_lines_workload(result):
@@ -376,9 +379,7 @@ WORKLOADS = {
 
 def show(result):
     print(f"\n{result.name}: {result.about}")
-    for name, samples in result.samples.items():
-        if name.startswith(("delay", "system")):
-            continue
+    for name, samples in result.samples.items() if result.in_seconds else ():
         low, high = min(samples) * 1000, max(samples) * 1000
         print(f"  {name:24} {statistics.median(samples) * 1000:10.2f} ms  ({low:.2f} - {high:.2f})")
     for f in result.figures:
@@ -429,7 +430,8 @@ def main():
         show(result)
         results.append(vars(result))
     if OPTIONS.results:
-        OPTIONS.results.write_text(json.dumps({"machine": facts, "workloads": results}, indent=1))
+        OPTIONS.results.write_text(json.dumps(
+            {"machine": facts, "lines": OPTIONS.lines, "workloads": results}, indent=1))
     missed = sum(figure["verdict"] == "missed" for x in results for figure in x["figures"])
     print(f"\nTargets missed: {missed}")
     return 1 if missed and OPTIONS.enforce else 0
