@@ -196,8 +196,10 @@ bool readQuotedUser(const char* line) {
   if (!name) return false;
   snprintf(email_buff, sizeof email_buff, "%s", name.get());
 
-  const char* close = open + 1 + strlen(name.get());
-  const char* next = findChar(close + 1, '\'');
+  // The search for the closing quote passes over one that stands right behind the opening one: with
+  // an empty name it finds the next text's.
+  const char* close = findChar(open + 2, '\'');
+  const char* next = *close == '\0' ? close : findChar(close + 1, '\'');
   if (*next == '\0') return true;
   const OwnedText domain(newStringUntil(next + 1, '\'', kLongestClassicName, 0));
   if (!domain) return false;

@@ -110,11 +110,14 @@ void checkName(std::string name) {
         "vm-pop3d[6]: User '" + name + "' of 'dom1.example' logged in from 192.0.2.6, 3 messages"})
     log += kStamp + line + "\n";
   scan(log);
-  CHECK(host_list.param == 4 && process_ips.param == 3, name);
+  // An empty name in quotes is no name: see tests/lines/classic.txt.
+  CHECK(host_list.param == (name.empty() ? 2 : 4) && process_ips.param == (name.empty() ? 2 : 3),
+        name);
   for (const auto& [address, user] : {std::pair("192.0.2.7", name),
                                       {"192.0.2.8", name.empty() ? printable(nullptr) : name},
                                       {"192.0.2.6", name + "@dom1.example"},
                                       {"192.0.2.9", name + "@dom1.example"}}) {
+    if (name.empty() && user[0] == '@') continue;
     CHECK(printable(host_list.getValue(address)) == std::to_string(kNow - 9), name);
     CHECK(printable(user_list.getValue(address)) == user, name);
   }

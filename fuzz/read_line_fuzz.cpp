@@ -1,13 +1,14 @@
-// readLine(), both ways of calling it, against taking the same bytes one by one. An input is the
-// size of the buffer, the limit of a line, and what is read.
+// readLine() and LineReader against taking the same bytes one by one. An input is the size of the
+// buffer, the limit of a line, and what is read.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "fuzz.h"
 #include "support/cv_string.h"
+#include "support/line_reader.h"
 #include "support/owned_text.h"
-#include "support/system.h"
 
 namespace {
 
@@ -31,23 +32,41 @@ bool takeLine(std::string_view& bytes, int& size, int limit, std::string& line) 
   return true;
 }
 
-void readAll(std::string_view bytes, int size, int limit, bool remember) {
-  const OwnedFile in(fmemopen(const_cast<char*>(bytes.data()), bytes.size(), "r"));
+FILE* streamOf(std::string_view bytes) {
+  return fmemopen(const_cast<char*>(bytes.data()), bytes.size(), "r");
+}
+
+void readEach(std::string_view bytes, int size, int limit) {
+  const OwnedFile in(streamOf(bytes));
   char* buffer = newString(nullptr, size);
-  int in_use = size, want_size = size;
+  int want_size = size;
   std::string want;
   // Each line that is chopped is reported, which takes its time.
   bool more = true;
   for (int lines = limit > 0 ? 10 : 200; more && lines > 0; --lines) {
-    if (!remember || in_use == size) memset(buffer, 'x', static_cast<size_t>(size));
+    memset(buffer, 'x', static_cast<size_t>(size));
     more = takeLine(bytes, want_size, limit, want);
-    const int got = remember ? readLine(nullptr, in.get(), buffer, size, limit, in_use)
-                             : readLine(nullptr, in.get(), buffer, size, limit);
+    const int got = readLine(nullptr, in.get(), buffer, size, limit);
     CHECK(got == (more ? static_cast<int>(want.size()) : -1), std::to_string(got));
     CHECK(size == want_size, std::to_string(size));
     want.resize(static_cast<size_t>(size));
     CHECK(memcmp(buffer, want.data(), want.size()) == 0, "text, or not zero behind it");
   }
+  delString(buffer);
+}
+
+void readAll(std::string_view bytes, int size) {
+  const OwnedFile in(streamOf(bytes));
+  char* buffer = newString(nullptr, size);
+  LineReader reader(nullptr, in.get(), buffer, size);
+  int want_size = size;
+  std::string want;
+  while (takeLine(bytes, want_size, 0, want)) {
+    const char* line = reader.next();
+    CHECK(line && want.c_str() == std::string(line), want);
+    CHECK(size == want_size, std::to_string(size));
+  }
+  CHECK(!reader.next(), "no more lines");
   delString(buffer);
 }
 
@@ -58,8 +77,12 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const int buffer_size = static_cast<int>(1 + input.byte());
   const int limit = static_cast<int>(input.byte());
   if (input.rest.empty()) return 0;  // no stream in memory can be empty
-  for (const int max_length : {0, limit})
-    for (const bool remember : {false, true})
-      readAll(input.rest, buffer_size, max_length, remember);
+  for (const int max_length : {0, limit}) readEach(input.rest, buffer_size, max_length);
+  const int roomy = std::max(buffer_size, 2);
+  readAll(input.rest, roomy);
+  // The same where a block of the reader ends.
+  std::string before(static_cast<size_t>(64 * 1024 - limit), '.');
+  for (size_t i = before.size() - 1; i < before.size(); i -= 200) before[i] = '\n';
+  readAll(before + std::string(input.rest), roomy);
   return 0;
 }

@@ -11,10 +11,11 @@ namespace {
 
 constexpr int kSpareBytes = 32;  // so many stay free behind a text
 
-// Doubles `buffer`, keeping its first `used` bytes as they are, NUL bytes included.
+// Doubles `buffer`, keeping its first `used` bytes as they are, NUL bytes included. What is behind
+// them is left to the caller: of many megabytes nobody may ever need it.
 void doubleBuffer(char*& buffer, int& size, int used) {
   const int doubled = 2 * size;
-  char* larger = newString(nullptr, doubled);
+  char* larger = new char[static_cast<size_t>(doubled)];
   memcpy(larger, buffer, static_cast<size_t>(used));
   delString(buffer);
   buffer = larger;
@@ -63,6 +64,7 @@ class LineInBuffer {
       doubleBuffer(buffer_, size_, stored_);
     } else if (stored_ == size_ - 1) {
       full_ = true;
+      buffer_[stored_] = '\0';
       report.errorLog_debug(1,
                             "readLine: read %d characters, and have max=%d. Max should have been "
                             "increased well before this point. Please report to "
@@ -82,21 +84,16 @@ class LineInBuffer {
 }  // namespace
 
 int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength) {
-  memset(buffer, 0, static_cast<size_t>(std::max(size, 0)));
-  if (size < 2) return -1;  // no room for a character and its NUL
   LineInBuffer line(log, buffer, size, maxLength);
+  int c = EOF;
   // Nothing behind the line may be fetched: `in` need not be a file in which we could go back.
-  while (!line.full()) {
-    const int c = getc_unlocked(in);
-    if (c == EOF) return line.stored() > 0 ? line.stored() : -1;
-    if (c == '\n') {
-      line.endLine();
-      break;
-    }
+  while (size >= 2 && !line.full() && (c = getc_unlocked(in)) != EOF && c != '\n') {
     const char byte = static_cast<char>(c);
     line.take(&byte, 1);
   }
-  return line.stored();
+  if (c == '\n') line.endLine();
+  memset(buffer + line.stored(), 0, static_cast<size_t>(std::max(size - line.stored(), 0)));
+  return line.stored() > 0 || c == '\n' ? line.stored() : -1;
 }
 
 LineReader::LineReader(Logging* log, FILE* in, char*& buffer, int& size)

@@ -56,11 +56,17 @@ struct PlainDaemon {
            "crash)[^]*"))
       known.erase(pid);
     const bool quoted = message.starts_with("User");
-    if (!is(message, "(User|Login(?! failed))[^]*") || !isFresh(line)) return;
-    if (!is(line, quoted ? "[^']*(?:'([^']{0,100})'[^']*(?:'([^']{0,100})'[^]*)?)?"
-                         : "[^=]*(?:=([^ ]{0,100}) [^]*)?()"))
+    if (!is(message,
+            "(User|Login(?! failed| disabled| excessive login failures| SYSTEM BREAK-IN "
+            "ATTEMPT))[^]*") ||
+        !isFresh(line))
       return;
-    const string user = fields.str(1) + (quoted && fields[2].matched ? "@" : "") + fields.str(2);
+    // The quote that ends a name is searched from the second character behind the first on.
+    if (!is(line, quoted
+                      ? "[^']*(?:'(?:([^']{1,100})'|'[^']*(?:'|()$))[^']*(?:'([^']{0,100})'[^]*)?)?"
+                      : "[^=]*(?:=([^ ]{0,100}) [^]*)?()()"))
+      return;
+    const string user = fields.str(1) + (quoted && fields[3].matched ? "@" : "") + fields.str(3);
     const auto [process, is_new] = known.try_emplace(pid, "");
     if (is_new && !is(line, "[^\\]]*\\](?:[^ ]* ){6}(?:(?!in)|in[^ ]* [^ ]* )(([^,]*)[^]*)"))
       known.erase(pid);
