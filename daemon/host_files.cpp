@@ -59,8 +59,8 @@ void clearOldIps() {
     }
   }
   if (oldies.count == 0) return;
-  host_list.deleteParams(&oldies);
-  user_list.deleteParams(&oldies);
+  host_list.deleteParams(oldies);
+  user_list.deleteParams(oldies);
 }
 
 void removeOldHosts() {

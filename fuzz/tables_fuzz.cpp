@@ -58,7 +58,7 @@ struct TableAndMap {
       names.addElement(name, true, false);
       return true;
     });
-    table.deleteParams(&names);
+    table.deleteParams(names);
   }
 
   void check() {
@@ -94,7 +94,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       both.setNumber(name, static_cast<int>(input.word()));
     else if (kind < 5)
       both.remove(name);
-    else if (kind == 5)
+    else if (kind == 5 && both.table.char_case)
       both.removeEach(1 + what / 16);
     else if (what == 6)
       for (unsigned i = input.byte() * 8; i > 0 && both.at_once < kMostAtOnce; --i, ++both.at_once)

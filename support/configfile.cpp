@@ -351,12 +351,17 @@ void ConfigFile::closeGap(long long i) {
   if (i < settled_) --settled_;
 }
 
-void ConfigFile::deleteParams(ListFile* names) {
+void ConfigFile::deleteParams(const ListFile& names) {
   settle();
   changed = true;
   long long kept = 0;
+  int next = 0;
   for (long long i = 0; i < param; ++i) {
-    if (names->getIndex(params[i]->name, false) != -1) {
+    int c = 1;
+    while (next < names.count &&
+           (c = strcomp(static_cast<char*>(names.elements[next]), params[i]->name)) < 0)
+      ++next;
+    if (c == 0) {
       releaseEntry(i);
     } else {
       swapSlots(kept, i);

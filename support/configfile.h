@@ -115,9 +115,9 @@ class ConfigFile {
   // Removes the entry; a null value matches any. Later entries move up by one.
   void deleteParam(const char* name, const char* value);
 
-  // Removes the entries whose names, spelled just so, stand in a list of texts. Costs one pass over
-  // the table, however many they are.
-  void deleteParams(ListFile* names);
+  // Removes the entries whose names, spelled just so, stand in a list of texts. Both must be in the
+  // order of strcomp, as they are by default: it costs one pass over them, however many there are.
+  void deleteParams(const ListFile& names);
 
   // Removes every entry; the slots stay.
   void empty();

@@ -174,12 +174,20 @@ void* ListFile::get_value_ptr(const char* value, bool copy, bool value_is_contai
   return newString(value);
 }
 
+// Names that arrive in ascending order, as a sweep finds them, need no search.
+bool ListFile::comesLast(const char* value, bool value_is_container) const {
+  return count > 0 && sorted_ && sorted_by_ == currentOrder() &&
+         compareKey(value, value_is_container, elements[count - 1]) > 0;
+}
+
 void ListFile::addElement(const char* value, bool copy, bool value_is_container) {
   if (!value) return;
   if (value_is_container ? asContainer(value)->type == Container::kNone : *value == '\0') return;
   if (value_is_container) set_to_Container_type();
   set_setting(kChanged, true);
-  if (!get_setting(kUnsorted) && getIndex(value, value_is_container) != -1) return;
+  if (!get_setting(kUnsorted) && !comesLast(value, value_is_container) &&
+      getIndex(value, value_is_container) != -1)
+    return;
   ensureRoom();
   elements[count] = get_value_ptr(value, copy, value_is_container);
   ++count;
@@ -197,7 +205,6 @@ void ListFile::placeLast() {
     return;
   }
   void* const added = elements[count - 1];
-  // Names that arrive in ascending order, as a sweep finds them, stay where they are.
   if (count == 1 || lfcomp(elements[count - 2], added) <= 0) return;
   int lo = 0;
   int hi = count - 2;

@@ -99,6 +99,7 @@ class ListFile {
 
   int lfcomp(const void* a, const void* b) const;
   int compareKey(const char* key, bool key_is_container, void* element) const;
+  bool comesLast(const char* value, bool value_is_container) const;
   void releaseElement(void*& element) const;
   void placeLast();
 
