@@ -90,13 +90,15 @@ std::string folderOf(const LoginName& name) {
 void appendRecord(const char* login, const char* type, const Traffic& traffic, long when) {
   if (refuseName("log_dovecot_bandwidth", login)) return;
   const std::string folder = folderOf(LoginName(login));
-  if (!pathExists(folder.c_str(), 0, true, true)) return;
   const std::string path = folder + "/dovecot.bytes";
   const OwnedText record(newStringf(
       "%lld=type=%s&inbound=%lld&outbound=%lld&email=%s&log_time=%lld\n", traffic.total(), type,
       traffic.inbound, traffic.outbound, login, static_cast<long long>(when)));
   if (!writeRecord(path.c_str(), O_APPEND, record.get())) {
-    log("Cannot open %s for logging dovecot bytes: %s", path.c_str(), strerror(errno));
+    const int error = errno;
+    // Who has no folder has no records.
+    if (pathExists(folder.c_str(), 0, true, true))
+      log("Cannot open %s for logging dovecot bytes: %s", path.c_str(), strerror(error));
     return;
   }
   trace("Logged in=%lld out=%lld for user=%s with type=%s to %s\n", traffic.inbound,

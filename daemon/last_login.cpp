@@ -19,10 +19,16 @@ bool exists(const std::string& path) {
   return pathExists(path.c_str(), 0, true, true) != 0;
 }
 
-// Makes sure that the folder for the last logins of a domain is there. False, with a message, if
-// it cannot be.
+// Where the records of a login name go.
+std::string folderFor(const LoginName& name) {
+  return name.is_virtual ? std::string(kDomains) + "/" + name.domain + "/last_login"
+                         : kPanelUsers + name.local;
+}
+
+// Makes sure that the folder is there. False if it cannot be, with a message for a domain's.
 bool haveFolder(const std::string& folder, const LoginName& name) {
   if (exists(folder)) return true;
+  if (!name.is_virtual) return false;
   const std::string domain_folder = std::string(kDomains) + "/" + name.domain;
   if (!exists(domain_folder)) {
     log("write_last_logins: could not find %s to log %s@%s", domain_folder.c_str(),
@@ -38,22 +44,16 @@ bool haveFolder(const std::string& folder, const LoginName& name) {
   return true;
 }
 
-// The file for a login name, empty if it can have none.
-std::string recordPath(const LoginName& name) {
-  if (name.is_virtual) {
-    const std::string folder = std::string(kDomains) + "/" + name.domain + "/last_login";
-    return haveFolder(folder, name) ? folder + "/" + name.local : "";
-  }
-  const std::string folder = kPanelUsers + name.local;
-  return exists(folder) ? folder + "/last_login" : "";
-}
-
 void writeLastLogin(const char* who, const char* record) {
   if (refuseName("write_last_logins", who)) return;
   const LoginName name(who);
-  const std::string path = recordPath(name);
-  if (path.empty()) return;
-  if (!writeRecord(path.c_str(), O_TRUNC, record)) {
+  const std::string folder = folderFor(name);
+  const std::string path = folder + "/" + (name.is_virtual ? name.local : "last_login");
+  // The folder of a domain is nearly always there, and is looked for only where it seems not to be.
+  // Users without a domain may well have none.
+  const bool written = name.is_virtual && writeRecord(path.c_str(), O_TRUNC, record);
+  if (!written && !haveFolder(folder, name)) return;
+  if (!written && !writeRecord(path.c_str(), O_TRUNC, record)) {
     log("Cannot open %s for logging last login", path.c_str());
     return;
   }
