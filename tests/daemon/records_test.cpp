@@ -8,9 +8,7 @@
 #include <filesystem>
 
 #include "daemon/last_login.h"
-#include "daemon/record_file.h"
 #include "daemon/state.h"
-#include "test_files.h"
 
 namespace fs = std::filesystem;
 
@@ -35,27 +33,4 @@ TEST(Records, ANewFolderBelongsToMailWhateverTheUmask) {
     ASSERT_EQ(stat("/etc/virtual/dom1/last_login/bob", &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0666u & ~mask);
   }
-}
-
-TEST(Records, TheLatestLoginOfAScanIsWrittenForEachUser) {
-  fs::remove_all("/etc/virtual/dom1");
-  fs::create_directories("/etc/virtual/dom1");
-  last_login.empty();
-  log_last_login("absent@absent", "192.0.2.7", 1);
-  log_last_login("bob@dom1", "192.0.2.7", 1700000000);
-  log_last_login("bob@dom1", "192.0.2.8", 5000000000);
-  log_last_login("zoe@dom1", "192.0.2.9", -1);
-  newActivity();
-  write_last_logins();
-  write_last_logins();
-  EXPECT_EQ(contentOf("/etc/virtual/dom1/last_login/bob"), "when=5000000000&ip=192.0.2.8");
-  EXPECT_EQ(contentOf("/etc/virtual/dom1/last_login/zoe"), "when=-1&ip=192.0.2.9");
-  EXPECT_EQ(newActivity().size(), 2u) << "writing does not empty the table";
-}
-
-TEST(Records, ARefusalShowsTheNameOnOneLine) {
-  newActivity();
-  EXPECT_TRUE(refuseName("who", "/\n\x1b[2J'\\\xff"));
-  EXPECT_EQ(newActivity(), std::vector<std::string>{"who: refused '/\\x0a\\x1b[2J\\x27\\x5c\\xff': "
-                                                    "as a path it would leave its folder"});
 }

@@ -38,21 +38,6 @@ Lines linesRead(const std::string& bytes, int& size, int max_length) {
 
 }  // namespace
 
-TEST(ReadLine, TheBufferGrowsWhenFewerThan32BytesAreLeft) {
-  const struct {
-    int size, length, max_length, want_size;
-  } rows[] = {{256, 224, 0, 256},   {256, 225, 0, 512}, {256, 481, 0, 1024},
-              {256, 250, 300, 512}, {10, 9, 0, 80},     {2, 1, 9, 4}};
-  for (const auto& row : rows) {
-    const std::string line(static_cast<size_t>(row.length), 'c');
-    int size = row.size;
-    EXPECT_EQ(linesRead(line + "\n", size, row.max_length), Lines{line});
-    EXPECT_EQ(size, row.want_size) << row.length << " characters into " << row.size;
-  }
-  int no_room = 1;
-  EXPECT_EQ(linesRead("text", no_room, 0), Lines{});
-}
-
 TEST(ReadLine, APastTheLimitLineIsChoppedAndItsRestIsTheNext) {
   int size = 64;
   const std::string chopped(33, 'a'),
@@ -61,14 +46,6 @@ TEST(ReadLine, APastTheLimitLineIsChoppedAndItsRestIsTheNext) {
   EXPECT_EQ(linesRead(chopped + "rest\n" + chopped + "\n", size, 32),
             (Lines{chopped, "rest", chopped, ""}));
   EXPECT_EQ(testing::internal::GetCapturedStdout(), said + said);
-}
-
-TEST(ReadLine, BytesAreBytes) {
-  using namespace std::string_literals;
-  int size = 64;
-  EXPECT_EQ(linesRead("a\r\n\r\n\nb\0c\xff\rd\r"s, size, 0),
-            (Lines{"a\0"s, "\0"s, "", "b\0c\xff\rd\r"s}))
-      << "a CR before a newline is counted and removed";
 }
 
 // Lines that end around the end of a block, and longer ones.

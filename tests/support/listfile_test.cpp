@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <bit>
 #include <sstream>
 #include <string>
 
@@ -63,14 +61,11 @@ TEST(ListFile, DuplicatesStayTheCallersAndAContainerMakesItAListOfContainers) {
   EXPECT_EQ(contents(ListFile(nullptr, &list)), " a b Integer Integer");
 }
 
-TEST(ListFile, DoublesWithThe65thElementAndACopyHasDefaultSettings) {
+TEST(ListFile, ACopyHasDefaultSettings) {
   ListFile list(nullptr, "file");
-  for (int i = 0; i < 200; ++i) {
-    list.addElement(std::to_string(i).c_str(), true, false);
-    EXPECT_EQ(list.capacity, std::bit_ceil(std::max(64U, unsigned(list.count))));
-  }
+  list.addElement("a", true, false);
   const ListFile copy(nullptr, &list);
-  EXPECT_TRUE(list.settings == 0x13 && copy.settings == 0x11 && contents(copy) == contents(list));
+  EXPECT_TRUE(list.settings == 0x13 && copy.settings == 0x11 && contents(copy) == " a");
 }
 
 }  // namespace

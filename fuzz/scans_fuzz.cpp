@@ -1,6 +1,6 @@
 // What scans save by calendars, sorted runs and short cuts must change nothing: the same damaged
-// logs go through the daemon and through its rules put as plainly as can be.
-#include <gtest/gtest.h>
+// logs go through the daemon and through its rules put as plainly as can be. An input is a zone, a
+// time to be around, how many lines there are, and what seeds the damage.
 
 #include <climits>
 #include <filesystem>
@@ -12,6 +12,7 @@
 #include "daemon/login.h"
 #include "daemon/state.h"
 #include "fake_time.h"
+#include "fuzz.h"
 #include "support/cv_string.h"
 #include "test_files.h"
 
@@ -131,36 +132,41 @@ Table entriesOf(ConfigFile& table) {
 
 }  // namespace
 
-TEST(PlainPath, LeavesTheSameTablesAndFiles) {
-  std::vector<time_t> changes = {midday(2026, 6, 1)};
-  const auto clockOf = [](time_t t) { return localtime(&t)->tm_gmtoff + localtime(&t)->tm_isdst; };
-  for (time_t t = midday(2016, 1, 1); t < midday(2026, 12, 31); t += 1800)
-    if (clockOf(t) != clockOf(t - 1800)) changes.push_back(t);
-  std::mt19937 random(1);
-  delString(log_file, buffer);
-  log_file = newString(kMailLogOtherwise);
-  buffer = newString(nullptr, buff_size = 256);
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // Zones whose clock changes at night, by half an hour, for a month of fasting, at midnight, once
+  // by law, and never.
+  static constexpr const char* kZones[] = {"Europe/Berlin",     "Australia/Lord_Howe",
+                                           "Africa/Casablanca", "America/Santiago",
+                                           "America/Caracas",   "Asia/Kolkata"};
+  constexpr unsigned kYears_s = 12 * 365 * 86400;
+  Input input(data, size);
+  setenv("TZ", kZones[input.byte() % std::size(kZones)], 1);
+  tzset();
+  const time_t middle = 1451606400 + input.word() % kYears_s;  // from 2016 on
+  const size_t lines = size_t{1} << input.byte() % 14;
+  std::mt19937 random(input.word());
+
+  FakeTime clock(middle);
+  PlainDaemon plain;
   minutes = 30;
-  for (const time_t change : changes) {
-    FakeTime clock(change);
-    PlainDaemon plain;
-    for (ConfigFile* table : {&host_list, &user_list, &process_ips}) table->empty();
-    for (const int seconds_on : {-5400, -1, 0, 900, 2700, 7200, 90000}) {
-      clock.set(change + seconds_on);
-      const size_t lines = change == changes[0] && seconds_on == 0 ? 30000 : 400;  // many, once
-      const string log = damagedLog(time(nullptr), lines, random);
-      write(log_file, log);
-      last_pos = 0;
-      updateHosts();
-      plain.scan(log);
-      string ips, ips_with_users;
-      for (const auto& [ip, when] : plain.hosts) ips += ip + "\n";
-      for (const auto& [ip, user] : plain.users) ips_with_users += ip + ": " + user + "\n";
-      ASSERT_EQ(entriesOf(host_list), plain.hosts) << seconds_on << " s from " << change;
-      ASSERT_EQ(entriesOf(process_ips), plain.processes);
-      ASSERT_EQ(entriesOf(last_login), plain.logins);
-      ASSERT_EQ(contentOf(kHostFile), ips);
-      ASSERT_EQ(contentOf(kUserFile), ips_with_users);
-    }
+  for (ConfigFile* table : {&host_list, &user_list, &process_ips}) table->empty();
+  if (!buffer) buffer = newString(nullptr, buff_size);
+  if (!log_file) log_file = newString(kMailLogOtherwise);
+  for (const int seconds_on : {-1, 900, 2700, 90000}) {
+    clock.set(middle + seconds_on);
+    const string log = damagedLog(time(nullptr), lines, random);
+    write(log_file, log);
+    last_pos = 0;
+    updateHosts();
+    plain.scan(log);
+    string ips, ips_with_users;
+    for (const auto& [ip, when] : plain.hosts) ips += ip + "\n";
+    for (const auto& [ip, user] : plain.users) ips_with_users += ip + ": " + user + "\n";
+    CHECK(entriesOf(host_list) == plain.hosts, std::to_string(seconds_on));
+    CHECK(entriesOf(process_ips) == plain.processes, std::to_string(seconds_on));
+    CHECK(entriesOf(last_login) == plain.logins, std::to_string(seconds_on));
+    CHECK(contentOf(kHostFile) == ips, std::to_string(seconds_on));
+    CHECK(contentOf(kUserFile) == ips_with_users, std::to_string(seconds_on));
   }
+  return 0;
 }

@@ -5,9 +5,12 @@ import os
 import re
 import subprocess
 import sys
+from pathlib import Path
 
 import pytest
-from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, PROJECT, USERS, login
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests/scenarios"))
+from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, PROJECT, USERS, login, machine  # of the scenarios
 
 UNIT = (PROJECT / "packaging/systemd/cv-popb4smtp.service.in").read_text()
 # The whole tree again, read-only but for what is named before "--"; then the rest of the command.
