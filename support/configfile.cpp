@@ -19,7 +19,7 @@ constexpr long long kLargestQuadrupled = 64;  // from this size on, growth doubl
 // How many entries may wait before they are merged with the others. Inserting moves half as many
 // pointers as wait, merging moves all of the table's: at this number both stay small up to a
 // million entries.
-constexpr long long kMostRecent = 1024;
+constexpr long long kMostRecent = 512;
 
 // The first eight bytes of a name as a number that orders as strcomp() does, as far as it goes: of
 // two names with different leads the one with the larger comes first. They stand side by side, so
