@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -53,6 +54,7 @@ class Block {
   ~Block() {
     is_daemon = 1;
     minutes = 30;
+    umask(022);
   }
   Block(const Block&) = delete;
   Block& operator=(const Block&) = delete;
@@ -66,10 +68,12 @@ class Block {
     std::istringstream words(setting);
     std::string name;
     int year = 0, month = 0, day = 0;
+    mode_t mask = 0;
     words >> name;
     if (name == "standalone") is_daemon = 0;
     if (name == "last-logins") records_ = true;
     if (name == "minutes") words >> minutes;
+    if (name == "umask" && words >> std::oct >> mask) umask(mask);
     if (name == "date" && words >> year >> month >> day) clock_.set(midday(year, month, day));
   }
 

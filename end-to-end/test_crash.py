@@ -6,9 +6,12 @@ CRASHES sets how often, CRASH_SEED the moments and the log.
 import os
 import random
 import signal
+import sys
 import time
+from pathlib import Path
 
-from conftest import HOSTS, USERS, stamp
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests/scenarios"))
+from conftest import HOSTS, USERS, machine, stamp  # of the scenarios
 
 
 def test_after_a_crash_at_any_moment_the_files_are_those_of_a_run_without(machine):
@@ -38,7 +41,7 @@ def test_after_a_crash_at_any_moment_the_files_are_those_of_a_run_without(machin
         machine.wait_for(lambda: not machine.background())
 
     write(30000)
-    for crashes in range(int(os.environ.get("CRASHES", "12"))):
+    for crashes in range(int(os.environ.get("CRASHES", "100"))):
         # During the first scan or the second, or as the files are being written.
         assert machine.run() == (0, "")
         changed = host_file.exists() and host_file.stat().st_mtime_ns
