@@ -188,3 +188,21 @@ TEST(Lines, DoWhatIsWrittenUnderThem) {
   EXPECT_EQ(dup(0), descriptor) << "every file is closed again";
   close(descriptor);
 }
+
+// A crash or a half-written line may end a line anywhere.
+TEST(Lines, CutAnywhereAdmitNobodyElse) {
+  const FakeTime clock(midday(2026, 11, 21));
+  const auto hostsOf = [](const std::string& line) {
+    for (ConfigFile* table : {&host_list, &process_ips}) table->empty();
+    parseLine(line.c_str());
+    return entriesOf(host_list);
+  };
+  for (const auto& file : fs::directory_iterator(SAMPLE_LINES))
+    for (const std::string& text : linesOf(contentOf(file.path()))) {
+      const std::string line = "Nov 21 12:00:00 mail " + expanded(text);
+      const Table whole = hostsOf(line);
+      for (size_t length = 0; length < line.size(); ++length)
+        for (const auto& host : hostsOf(line.substr(0, length)))
+          EXPECT_EQ(whole.count(host.first), 1u) << line << ": " << length;
+    }
+}
