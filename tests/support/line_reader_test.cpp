@@ -51,7 +51,8 @@ TEST(ReadLine, APastTheLimitLineIsChoppedAndItsRestIsTheNext) {
 // Lines that end around the end of a block, and longer ones.
 TEST(LineReader, GivesTheLinesOfReadLineAndTheSameGrowth) {
   std::string bytes = "first\r\n\n";
-  for (const size_t length : {0, 10, 224, 225, 65000, 300, 65535, 65536, 65537, 7, 200000, 1}) {
+  for (const unsigned length :
+       {0U, 10U, 224U, 225U, 65000U, 300U, 65535U, 65536U, 65537U, 7U, 200000U, 1U}) {
     bytes += std::string(length, 'x') + "\n\xff" + std::string(3, '\0') + "\r\n";
     for (const char* end : {"\r\n", "unended"}) {
       int read_size = 256, size = 256;
