@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -177,16 +177,17 @@ void checkFile(const std::string& path) {
 }  // namespace
 
 TEST(Lines, DoWhatIsWrittenUnderThem) {
-  const int descriptor = dup(0);
-  close(descriptor);
+  const auto open_files = [] {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+  };
+  const auto before = open_files();
   int files = 0;
   for (const auto& file : fs::directory_iterator(SAMPLE_LINES)) {
     checkFile(file.path());
     ++files;
   }
   EXPECT_GT(files, 0);
-  EXPECT_EQ(dup(0), descriptor) << "every file is closed again";
-  close(descriptor);
+  EXPECT_EQ(open_files(), before) << "every file is closed again";
 }
 
 // A crash or a half-written line may end a line anywhere.

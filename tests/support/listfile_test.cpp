@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <sstream>
 #include <string>
 
@@ -59,6 +60,22 @@ TEST(ListFile, DuplicatesStayTheCallersAndAContainerMakesItAListOfContainers) {
   }
   list.addElement(newString("a"), false, false);
   EXPECT_EQ(contents(ListFile(nullptr, &list)), " a b Integer Integer");
+}
+
+TEST(ListFile, IsSortedWithTheNextElementOnceItsOrderHasChanged) {
+  ListFile list(nullptr, "file");
+  list.settings = 0x15;  // as they come
+  std::set<std::string> want = {"5"};
+  for (int i = 0; i < 300; ++i) {
+    const std::string text = std::to_string(i * 7919 % 1000) + (i % 2 ? "a" : "A");
+    list.addElement(text.c_str(), true, false);
+    want.insert(text);
+  }
+  list.settings = 0x11;
+  list.addElement("5", true, false);
+  std::string sorted;
+  for (const std::string& text : want) sorted += " " + text;
+  EXPECT_EQ(contents(list), sorted);
 }
 
 TEST(ListFile, ACopyHasDefaultSettings) {
