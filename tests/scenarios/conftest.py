@@ -33,7 +33,6 @@ class Machine:
         self.root = Path(f"/proc/{self.first_process}/root")
         self.directory = directory
         self.modified = int(time.time()) + 60
-        self.standalone = None
 
     @staticmethod
     def children(process):
@@ -74,13 +73,10 @@ class Machine:
         self.wait_for(lambda: not self.path(f"/proc/{pid}").exists())
 
     def start_standalone(self, *arguments):
-        """Starts the daemon in the foreground, printing into a file; see printed()."""
+        """Starts the daemon in the foreground, printing into the file "printed"."""
         with open(self.directory / "printed", "wb") as printed:
             self.standalone = subprocess.Popen(self.command(os.environ["DAEMON"], "s", *arguments),
                                                stdin=subprocess.DEVNULL, stdout=printed)
-
-    def printed(self):
-        return (self.directory / "printed").read_text()
 
     def path(self, name):
         return self.root / name.lstrip("/")
