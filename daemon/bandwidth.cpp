@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "daemon/activity_log.h"
 #include "daemon/paths.h"
@@ -34,12 +35,10 @@ const char* eventText(const char* open) {
 }
 
 bool endsSession(const char* event) {
-  static constexpr const char* kEnds[] = {"Disconnected: Logged out", "Logged out",
-                                          "Disconnected for inactivity",
-                                          "Disconnected: Disconnected in IDLE"};
-  for (const char* end : kEnds)
-    if (startsWith(event, end)) return true;
-  return false;
+  static constexpr std::string_view kEnds[] = {"Disconnected: Logged out", "Logged out",
+                                               "Disconnected for inactivity",
+                                               "Disconnected: Disconnected in IDLE"};
+  return startsWithAny(event, kEnds);
 }
 
 // Where `field` begins in the event, or null.

@@ -1,7 +1,8 @@
 #include "daemon/line_recognition.h"
 
+#include <cstring>
 #include <ctime>
-#include <iterator>
+#include <string_view>
 
 #include "daemon/activity_log.h"
 #include "daemon/bandwidth.h"
@@ -25,26 +26,20 @@ const char* programField(const char* line) {
   return *p == ' ' ? p + 1 : nullptr;
 }
 
-bool startsWithAny(const char* message, const char* const* keywords, size_t count) {
-  for (size_t i = 0; i < count; ++i)
-    if (startsWith(message, keywords[i])) return true;
-  return false;
-}
-
 // The last words that a server process says.
 bool isEnd(const char* message) {
-  static constexpr const char* kEnds[] = {"Session",     "Socket",
-                                          "Logout",      "Command stream end of file",
-                                          "Fatal error", "IMAP toolkit crash"};
-  return startsWithAny(message, kEnds, std::size(kEnds));
+  static constexpr std::string_view kEnds[] = {"Session",     "Socket",
+                                               "Logout",      "Command stream end of file",
+                                               "Fatal error", "IMAP toolkit crash"};
+  return startsWithAny(message, kEnds);
 }
 
 // What imapd says of who did not log in, with the same first word.
 bool isRefusal(const char* message) {
-  static constexpr const char* kRefusals[] = {"Login failed", "Login disabled",
-                                              "Login excessive login failures",
-                                              "Login SYSTEM BREAK-IN ATTEMPT"};
-  return startsWithAny(message, kRefusals, std::size(kRefusals));
+  static constexpr std::string_view kRefusals[] = {"Login failed", "Login disabled",
+                                                   "Login excessive login failures",
+                                                   "Login SYSTEM BREAK-IN ATTEMPT"};
+  return startsWithAny(message, kRefusals);
 }
 
 void parseClassicLine(const char* line, const char* program) {
@@ -74,11 +69,13 @@ void parseDovecotLine(const char* line, const char* program) {
   const char* blank = findChar(program, ' ');
   if (*blank == '\0') return;
   const char* message = blank + 1;
-  if (startsWith(message, "pop3-login: Login:") || startsWith(message, "imap-login: Login:")) {
+  if (!startsWith(message, "pop3") && !startsWith(message, "imap")) return;
+  const char* rest = message + strlen("imap");
+  if (startsWith(rest, "-login: Login:")) {
     add_dovecot(line);
     return;
   }
-  if (!startsWith(message, "pop3(") && !startsWith(message, "imap(")) return;
+  if (*rest != '(') return;
   const long now = time(nullptr);
   const long stamp = getTimeFromString(line);
   const long when = stamp != 0 ? stamp : now;

@@ -33,9 +33,9 @@ int monthNumber(const char* word, size_t length) {
   static int latest = 0;  // a log stays in its month for long
   constexpr size_t kLetters = 3;
   if (length != kLetters) return -1;
-  if (startsWith(word, months[latest])) return latest;
+  if (startsWith(word, {months[latest], kLetters})) return latest;
   for (int i = 0; months[i]; ++i)
-    if (startsWith(word, months[i])) return latest = i;
+    if (startsWith(word, {months[i], kLetters})) return latest = i;
   return -1;
 }
 

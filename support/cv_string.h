@@ -6,6 +6,8 @@
 #pragma once
 
 #include <cstdarg>
+#include <span>
+#include <string_view>
 
 // --- Making and releasing texts ---
 
@@ -57,10 +59,16 @@ inline const char* trim(const char* s) {
 const char* printable(const char* s);
 
 // Compared here and now: most texts differ from a keyword in their first characters.
-inline bool startsWith(const char* s, const char* prefix) {
-  while (*prefix != '\0')
-    if (*s++ != *prefix++) return false;
+inline bool startsWith(const char* s, std::string_view prefix) {
+  for (const char c : prefix)
+    if (*s++ != c) return false;
   return true;
+}
+
+inline bool startsWithAny(const char* s, std::span<const std::string_view> prefixes) {
+  for (const std::string_view prefix : prefixes)
+    if (startsWith(s, prefix)) return true;
+  return false;
 }
 
 // What scanf() and strtol() take for white space.
