@@ -243,13 +243,19 @@ def bursts_workload(result):
     LOG.write_text("".join(mail_log.login(time.time(), client, f"user{i}")
                            for i, client in enumerate(clients)))
     waiting, delays, written, cpu = {}, [], 0, []
-    jitter = random.Random(1)  # or the bursts would keep their distance from the polls
+    phase = random.Random(1)  # or the bursts would keep their distance from the polls
+
+    def burst_time(number):
+        # Each in a second of its own. The daemon goes by whole seconds: a change that follows in
+        # the same one behind its look is not seen before the log changes again.
+        return int(began) + 1 + number + phase.uniform(0, 0.9)
+
     with Daemon() as daemon:
         before, began = daemon.first_scan(), time.time()
-        seen, next_burst, end = USERS.stat().st_mtime_ns, began, began + OPTIONS.seconds
+        seen, end = USERS.stat().st_mtime_ns, began + OPTIONS.seconds
+        next_burst = burst_time(0)
         while time.time() < end or waiting:
             if time.time() >= next_burst:
-                next_burst = began + written + jitter.uniform(0.75, 1.25)
                 mark = f"198.18.{written >> 8}.{written & 255}"
                 numbers = [(written * 2000 + i) % len(clients) for i in range(1999)]
                 lines = [mail_log.login(time.time(), clients[i], f"user{i}") for i in numbers]
@@ -259,6 +265,7 @@ def bursts_workload(result):
                 if time.time() < end:  # the later ones keep the log changing
                     waiting[mark] = time.time()
                 written += 1
+                next_burst = burst_time(written)
             if USERS.stat().st_mtime_ns != seen and daemon.sleeps():
                 seen, found = USERS.stat().st_mtime_ns, set(HOSTS.read_text().split())
                 for mark in found & set(waiting):
