@@ -52,16 +52,12 @@ void releaseValue(ParamEntry& entry) {
   entry.value = nullptr;
 }
 
-int compareValues(const ParamEntry& entry, const char* value) {
-  if (entry.ownedAs() == kNumberTextValue) return intcomp(entry.value, value);
-  if (isText(entry.ownedAs())) return strcomp(entry.value, value);
+int compareValues(const ParamEntry& entry, int type, const char* value) {
+  if (type == kNumberTextValue) return intcomp(entry.value, value);
+  if (isText(type)) return strcomp(entry.value, value);
   const auto a = reinterpret_cast<uintptr_t>(entry.value);
   const auto b = reinterpret_cast<uintptr_t>(value);
   return a < b ? -1 : a > b ? 1 : 0;
-}
-
-char* copyWherePresent(const char* s) {
-  return s ? newString(s) : nullptr;
 }
 
 }  // namespace
@@ -168,6 +164,12 @@ ConfigFile::Name ConfigFile::nameAt(long long slot) const {
   return {params[slot]->name, leads_[static_cast<size_t>(slot)]};
 }
 
+// The type by which the value of an entry counts; a text is only what really is one.
+int ConfigFile::typeOf(const ParamEntry& entry) const {
+  if (!isText(entry.ownedAs())) return entry.ownedAs();
+  return multi_type ? kTextValue + entry.type_code : kTextValue;
+}
+
 int ConfigFile::compareNames(long long slot, const Name& name, bool by_case) const {
   if (!by_case) return strcasecomp(params[slot]->name, name.text);
   const unsigned long lead = leads_[static_cast<size_t>(slot)];
@@ -180,7 +182,7 @@ long long ConfigFile::bisect(const Name& name, const char* value, long long lo,
   while (lo <= hi) {
     const long long mid = (lo + hi) / 2;
     int c = compareNames(mid, name, char_case);
-    if (c == 0 && value) c = compareValues(*params[mid], value);
+    if (c == 0 && value) c = compareValues(*params[mid], typeOf(*params[mid]), value);
     if (c == 0) return mid;
     if (c < 0)
       lo = mid + 1;
@@ -194,7 +196,8 @@ long long ConfigFile::findLinearly(const Name& name, const char* value) const {
   for (long long i = 0; i < param; ++i) {
     const ParamEntry& entry = *params[i];
     if (!entry.name || compareNames(i, name, char_case) != 0) continue;
-    if (!value || (isText(entry.ownedAs()) && compareValues(entry, value) == 0)) return i;
+    const int type = typeOf(entry);
+    if (!value || (isText(type) && compareValues(entry, type, value) == 0)) return i;
   }
   return -1;
 }
@@ -316,9 +319,9 @@ bool ConfigFile::setParam(const char* name, const char* value, bool copy, int ty
     setName(param++, name);
   }
   ParamEntry& entry = *params[found == -1 ? param - 1 : found];
-  // In a plain table a value of no known type is a text like all others.
-  const bool known = multi_type || (type >= kTextValue && type <= kJsonValue);
-  setValue(entry, value, copy, known ? type : kTextValue);
+  // In a plain table an adopted value of no known type is a text like all others.
+  const bool known = type >= kTextValue && type <= kJsonValue;
+  setValue(entry, value, copy, known || multi_type || copy ? type : kTextValue);
   if (multi_type) entry.type_code = type - kTextValue;
   if (found == -1) placeLast();
   return true;
@@ -415,7 +418,7 @@ int ConfigFile::compareInOrder(long long slot, const Name& name, const char* val
     default:
       c = compareNames(slot, name, char_case);
   }
-  return c == 0 && duplicate ? compareValues(entry, value) : c;
+  return c == 0 && duplicate ? compareValues(entry, typeOf(entry), value) : c;
 }
 
 // The first slot in lo .. hi - 1 of which `comes_behind` is true, as it then is of all after it; hi

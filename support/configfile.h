@@ -25,7 +25,6 @@ constexpr int kJsonValue = 6;         // owned text
 struct ParamEntry {
   char* name;            // null in an unused slot
   char* value;           // by type, see above; null in an unused slot
-  unsigned long lead;    // the first bytes of the name as a number, see leadOf()
   int type_code;         // less kTextValue; moves with multi_type; get_type_at() tells
   int owned_code;        // the same of what `value` really points at, whatever the type was set to
   char short_name[16];   // where a short name stands, and a short copied text: an IPv4 address and
@@ -112,7 +111,8 @@ class ConfigFile {
   // Stores the number as decimal text.
   void setParam(const char* name, int value);
 
-  // Removes the entry; a null value matches any. Later entries move up by one.
+  // Removes the entry; a null value matches any. Later entries move up by one. An empty name
+  // removes nothing: only empty() and deleteParams() do away with an entry that has one.
   void deleteParam(const char* name, const char* value);
 
   // Removes the entries whose names, spelled just so, stand in a list of texts. Both must be in the
@@ -182,6 +182,8 @@ class ConfigFile {
   void setValue(ParamEntry& entry, const char* value, bool copy, int type);
   void releaseName(long long slot);
   void releaseEntry(long long slot);
+
+  int typeOf(const ParamEntry& entry) const;
 
   struct Name;
   Name nameAt(long long slot) const;

@@ -90,6 +90,10 @@ char* newString(const char* s) {
   return copy;
 }
 
+char* copyWherePresent(const char* s) {
+  return s ? newString(s) : nullptr;
+}
+
 char* newString(const char* s, int n) {
   return copyInto(s, static_cast<size_t>(std::max(n, 0)));
 }

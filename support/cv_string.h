@@ -18,6 +18,9 @@ void delString(char*& a, char*& b);
 // A copy of `s`; of null, a new empty text.
 char* newString(const char* s);
 
+// A copy of `s`, or null for null.
+char* copyWherePresent(const char* s);
+
 // A zero-filled array of n + 1 bytes with at most the first n characters of `s`, none if `s` is
 // null: a bounded copy, or a buffer. A negative n counts as 0.
 char* newString(const char* s, int n);

@@ -18,10 +18,6 @@ Container* asContainer(const void* element) {
   return static_cast<Container*>(const_cast<void*>(element));
 }
 
-char* copyWherePresent(const char* s) {
-  return s ? newString(s) : nullptr;
-}
-
 }  // namespace
 
 ListFile::ListFile(Logging* log_to, const char* path) : log(log_to) {

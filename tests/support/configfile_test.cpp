@@ -23,16 +23,19 @@ std::string contents(ConfigFile& table) {
   return all;
 }
 
-// One word of a script: name=value stores, +name=value as JSON, -name and -name=value delete,
-// ?name and @slot ask for a value and a type, ! changes a setting. Returns the answer.
+// One word of a script: name=value stores, +name=value as JSON, #name=value as a number, *name=value
+// as no known type, -name and -name=value delete, ?name and @slot ask for a value and a type,
+// ! changes a setting. Returns the answer.
 std::string act(ConfigFile& table, const std::string& word) {
-  const size_t start = std::string("+-?@!").find(word[0]) < 5, equals = word.find('=');
+  const size_t kind = std::string("+#*-?@!").find(word[0]), equals = word.find('=');
+  const size_t start = kind < 7;
   const std::string name = word.substr(start, equals - start);
   const char* value = equals == std::string::npos ? nullptr : word.c_str() + equals + 1;
   if (word[0] == '?') return shown(table.getValue(name.c_str())) + ", ";
   if (word[0] == '@') return std::to_string(table.get_type_at(name[0] - '0')) + ", ";
   if (word[0] == '-') return table.deleteParam(name.c_str(), value), "";
-  if (word[0] != '!') return table.setParam(name.c_str(), value, true, start ? 6 : 1, true), "";
+  const int type = kind == 0 ? 6 : kind == 1 ? 3 : kind == 2 ? 9 : 1;
+  if (word[0] != '!') return table.setParam(name.c_str(), value, true, type, true), "";
   if (name == "empty") return table.empty(), "";
   if (name == "part") return table.quickSort(1, 2), "";
   if (name < "a") return table.sort_type = static_cast<short>(name[0] - '0'), "";
@@ -60,7 +63,9 @@ TEST(ConfigFile, EntriesStandInTheOrderOfTheSettings) {
       "!9 bb=1 ccc=2 a=3 > a=3 bb=1 ccc=2|bb=1 a=2 !2 ccc=3 > ccc=3 bb=1 a=2|"
       "bb=1 a=2 ccc=3 !2 -a > ccc=3 bb=1|bb=1 ccc=2 a=3 !2 > a=3 bb=1 ccc=2|"
       "m=1 n=2 a=3 b=4 !part c=5 > a=3 b=4 c=5 m=1 n=2|a=1 !empty c=1 b=2 > b=2 c=1|"
-      "!multi a=1 c=2 +b=3 @0 @1 @2 > 1, 6, 1, a=1 b=3 c=2");
+      "!multi a=1 c=2 +b=3 @0 @1 @2 > 1, 6, 1, a=1 b=3 c=2|"
+      "!multi !dup #a=5 #a=05 @0 > 3, a=05|!dup #a=5 #a=05 @0 > 1, a=05 a=5|"
+      "!multi !dup !wait x=1 #a=5 -x -a=05 > a=5|*a=1 ?a a=2 > -, a=2");
   for (std::string script; std::getline(scripts, script, '|');)
     for (int gather_at = 0; gather_at < 9; ++gather_at) {
       ConfigFile table(nullptr, nullptr, 1);

@@ -44,6 +44,14 @@ TEST(Container, ComparesByKindAndNumbersByValue) {
   }
 }
 
+TEST(Container, PointersCompareByAddressAndNullIsLess) {
+  int two[2];
+  const auto compared = [](void* a, void* b) { return Container::comp_void(a, b); };
+  EXPECT_TRUE(compared(two, two + 1) == -1 && compared(two + 1, two) == 1);
+  EXPECT_TRUE(compared(nullptr, two) == -1 && compared(two, nullptr) == 1);
+  EXPECT_TRUE(compared(two, two) == 0 && compared(nullptr, nullptr) == 0);
+}
+
 TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {
   for (const char* what : {"stext", "jtext", "t2", "f2", "l-5", "i7", "d2.5"}) {
     const auto original = made(what);
