@@ -53,8 +53,7 @@ class LineInBuffer {
 
  private:
   void makeRoom() {
-    static Logging quiet;
-    Logging& report = log_ ? *log_ : quiet;
+    Logging& report = reportTo(log_);
     if (max_length_ > 0 && stored_ > max_length_) {
       full_ = true;
       report.errorLog_debug(

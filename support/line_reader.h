@@ -21,6 +21,8 @@ int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength);
 // into it but handed over where it stands in the block just read, as a log of gigabytes demands.
 class LineReader {
  public:
+  // The stream stays the caller's, and so does the buffer: both must outlive the reader. A null
+  // `log` counts as a default-constructed one, here and above.
   LineReader(Logging* log, FILE* in, char*& buffer, int& size);
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;

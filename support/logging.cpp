@@ -16,7 +16,7 @@
 namespace {
 
 // Acts as the account that owns the log files for as long as it lives, then as before. Where the
-// account is missing, or we may not switch, nothing changes.
+// account is missing it is root, and where we may not switch nothing changes.
 class AsLogOwner {
  public:
   explicit AsLogOwner(Logging* log) { setUserPriv(log, "corvadmin", 0); }
@@ -137,4 +137,9 @@ void Logging::writeError(const char* path, const char* message) {
   }
   if (!has_chrooted()) debug(1, "Error opening %s: %s", path, strerror(errno));
   if (debug_level > 9) printf("%s", line.get());
+}
+
+Logging& reportTo(Logging* log) {
+  static Logging quiet;
+  return log ? *log : quiet;
 }

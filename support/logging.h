@@ -34,8 +34,8 @@ class Logging {
   void debug(int exactLevel, int level, const char* format, ...)
       __attribute__((format(printf, 4, 5)));
 
-  // An error line, always written. A file is opened and written as the account corvadmin, where
-  // there is one and we may; the effective identity is then as it was before.
+  // An error line, always written. A file is opened and written as the account corvadmin, or as
+  // root if there is none, where we may; the effective identity is then as it was before.
   void errorLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
   // The error line, then the same as a trace at `level`.
@@ -48,3 +48,6 @@ class Logging {
   void trace(const char* message) const;
   void writeError(const char* path, const char* message);
 };
+
+// `log`, or a default-constructed one for null.
+Logging& reportTo(Logging* log);

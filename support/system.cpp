@@ -33,12 +33,6 @@ constexpr long long kProcFileSize = 32760;
 constexpr unsigned int kAnyId = static_cast<unsigned int>(-1);
 constexpr int kOwnerTrace = 229;  // the debug level that traces changes of ownership alone
 
-// A null Logging counts as a default one.
-Logging& reportTo(Logging* log) {
-  static Logging quiet;
-  return log ? *log : quiet;
-}
-
 void clearReasons() {
   delString(system_res);
   system_res = newString("");
@@ -46,11 +40,16 @@ void clearReasons() {
 
 // Sets the mode of the folder just made, and of nothing that may have come in its place.
 void setMode(const char* path, unsigned int mode) {
-  const int folder = open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (folder == -1) return;
   // We carry on if it fails: the folder is there, if with a narrower mode.
-  [[maybe_unused]] const int result = fchmod(folder, mode);
-  close(folder);
+  [[maybe_unused]] int result;
+  const int folder = open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (folder != -1) {
+    result = fchmod(folder, mode);
+    close(folder);
+  } else if (errno == EACCES) {
+    // Ours, but not to be read. Root, whom others might lead astray, never gets here.
+    result = chmod(path, mode);
+  }
 }
 
 int changeOwner(Logging& report, const char* path, int uid, int gid, const char* which) {
@@ -147,9 +146,14 @@ bool has_chrooted() {
 }
 
 FILE* openStream(const char* path, const char* mode) {
-  const int flags = *mode == 'w' ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY;
-  const int file = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
-  return file == -1 ? nullptr : fdopen(file, mode);
+  const int flags = (*mode == 'w' ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC;
+  int file = open(path, flags | O_NONBLOCK, 0666);
+  // Somebody has a lease on this file, and gives it back when we wait.
+  if (file == -1 && errno == EWOULDBLOCK) file = open(path, flags, 0666);
+  if (file == -1) return nullptr;
+  FILE* stream = fdopen(file, mode);
+  if (!stream) close(file);
+  return stream;
 }
 
 int pathExists(const char* path, int use_cache, bool clear_result, bool explain) {
@@ -227,31 +231,24 @@ int getGID(const char* name, int is_group) {
 }
 
 int setUserPriv(Logging* log, const char* user, int report) {
-  const uid_t found_uid = geteuid();
-  const gid_t found_gid = getegid();
   if (seteuid(0) != 0) return 0;
+  [[maybe_unused]] int group_taken = setegid(0);
   const int uid = getUID(user);
   const int gid = getGID(user, 0);
-  const bool known = uid != kUnknownId && gid != kUnknownId;
-  if (setegid(0) == 0 && known && setegid(static_cast<gid_t>(gid)) == 0 &&
-      seteuid(static_cast<uid_t>(uid)) == 0)
-    return 1;
-  if (!known) {
+  if (uid == kUnknownId || gid == kUnknownId) {
     const char* which = uid == kUnknownId ? "uid" : "gid";
     if (report)
       reportTo(log).errorLog("Sys:setUserPriv(%s):%s==%d\n", printable(user), which, kUnknownId);
     reportTo(log).debug(500, "Sys:setUserPriv(%s):%s==%d\n", printable(user), which, kUnknownId);
+    return 0;
   }
-  if (setegid(found_gid) != 0 || seteuid(found_uid) != 0) return 0;
-  return 0;
+  group_taken = setegid(static_cast<gid_t>(gid));
+  return seteuid(static_cast<uid_t>(uid)) == 0;
 }
 
 int setRootPriv() {
-  const gid_t found_gid = getegid();
-  const bool group_changed = setegid(0) == 0;
-  if (seteuid(0) == 0) return 1;
-  if (group_changed && setegid(found_gid) != 0) return 0;
-  return 0;
+  [[maybe_unused]] const int group_taken = setegid(0);
+  return seteuid(0) == 0;
 }
 
 int createDir(Logging* log, const char* path, const char* owner, unsigned int mode,

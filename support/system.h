@@ -11,6 +11,7 @@
 
 #include "support/line_reader.h"  // readLine()
 
+class ConfigFile;
 class Logging;
 struct Config;
 
@@ -23,9 +24,12 @@ bool has_chrooted();
 
 // --- Reading ---
 
-// As fopen() for "r" or "w", but a pipe never makes the caller wait for its other end: one without
-// a reader cannot be opened for writing, and one without a writer is empty.
+// As fopen() for "r" or "w", and as that the caller's to close, but a pipe never makes it wait for
+// its other end: one without a reader cannot be opened for writing, one without a writer is empty.
 FILE* openStream(const char* path, const char* mode);
+
+// What pathExists() has found with use_cache: path -> "1" or "0".
+extern ConfigFile sys_path_exists_cache;
 
 // Whether `path` exists, links followed. With use_cache an earlier answer is given again, also
 // after the file has come or gone. With clear_result system_res is emptied first; with explain
@@ -49,11 +53,12 @@ long long fileSize(Logging* log, FILE* file);
 int getUID(const char* user);
 int getGID(const char* name, int is_group);
 
-// Makes `user` and its primary group the effective identity, or leaves the one it found. With
-// report an unknown user is an error message.
+// Makes `user` and its primary group the effective identity. That of root is taken first, and stays
+// where the user is unknown; with report that is an error message. Where root's cannot be had
+// nothing changes. Success is told by the user, whatever became of the group.
 int setUserPriv(Logging* log, const char* user, int report);
 
-// Makes root the effective user and group.
+// Makes root the effective user and group, told likewise.
 int setRootPriv();
 
 // --- Folders and owners ---

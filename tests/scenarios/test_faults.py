@@ -1,5 +1,6 @@
 """Faults around the running daemon: it goes on, and recovers once they have gone."""
 
+import fcntl
 import os
 import re
 import signal
@@ -65,6 +66,22 @@ def test_what_cannot_be_written_is_lost_and_the_next_is_written(machine, fault):
     machine.inside(goes, folders[2])
     machine.append(UNDATED)
     machine.wait_for(lambda: machine.activity() == [MESSAGE])
+
+
+def test_a_host_file_that_another_process_has_leased_is_waited_for(machine):
+    machine.inside("mount -t tmpfs none /etc/virtual")
+    machine.write(HOSTS, "")
+    machine.write(LOG, login("192.0.2.1"))
+    with open(machine.path(HOSTS)) as leased:
+        before = signal.signal(  # sent to who holds a lease when another wants the file
+            signal.SIGIO, lambda *_: fcntl.fcntl(leased, fcntl.F_SETLEASE, fcntl.F_UNLCK))
+        try:
+            fcntl.fcntl(leased, fcntl.F_SETLEASE, fcntl.F_RDLCK)
+            machine.start()
+            machine.wait_for(machine.hosts)
+        finally:
+            signal.signal(signal.SIGIO, before)
+    assert machine.hosts() == ["192.0.2.1"] and not machine.activity()
 
 
 def test_folders_that_appear_later_are_used_from_the_next_record_on(machine):

@@ -153,7 +153,12 @@ TEST_F(Owners, TheSecureWayPutsBackWhatItMayNotChange) {
 }
 
 TEST_F(Owners, WhoIsNotRootIsToldSo) {
+  const std::string own = kFolder + "/own", unreadable = own + "/unreadable";
+  fs::create_directory(own);
+  ASSERT_EQ(chown(own.c_str(), 65534, 65534), 0);
   ASSERT_EQ(seteuid(65534), 0);
+  EXPECT_EQ(createDir(nullptr, unreadable.c_str(), nullptr, 0333, true), 1);
+  EXPECT_EQ(static_cast<unsigned>(fs::status(unreadable).permissions()), 0333u);
   const std::string said = printed(229, [&](Logging* log) {
     EXPECT_EQ(setOwner(log, kFile.c_str(), 65534, -1, 1, false, -1, -1), 0);
     EXPECT_EQ(setOwner(log, kFile.c_str(), 65534, -1, 1, true, -1, -1), 0);
@@ -168,7 +173,7 @@ TEST_F(Owners, WhoIsNotRootIsToldSo) {
   EXPECT_TRUE(said.ends_with(denied));
 }
 
-TEST_F(Owners, IdentitiesAreTakenWholeOrNotAtAll) {
+TEST_F(Owners, AnIdentityIsAUserAndItsGroup) {
   const auto unknown = [](int level, int report) {
     return printed(level, [=](Logging* l) { EXPECT_EQ(setUserPriv(l, "nosuch", report), 0); });
   };
@@ -178,7 +183,7 @@ TEST_F(Owners, IdentitiesAreTakenWholeOrNotAtAll) {
       << "errorLog's own attempt first";
   ASSERT_TRUE(setUserPriv(nullptr, "daemon", 0) == 1 && geteuid() == 1 && getegid() == 1);
   EXPECT_EQ(setUserPriv(nullptr, nullptr, 0), 0);
-  EXPECT_TRUE(geteuid() == 1 && getegid() == 1) << "the one it found";
+  EXPECT_TRUE(geteuid() == 0 && getegid() == 0) << "an unknown user is root";
   EXPECT_TRUE(setRootPriv() == 1 && geteuid() == 0 && getegid() == 0);
 }
 
