@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "daemon/activity_log.h"
-#include "daemon/paths.h"
 #include "daemon/record_file.h"
 #include "support/cv_string.h"
 #include "support/owned_text.h"
@@ -82,13 +81,10 @@ bool readTraffic(const char* event, bool is_pop, Traffic& traffic) {
   return true;
 }
 
-std::string folderOf(const LoginName& name) {
-  return name.is_virtual ? std::string(kDomains) + "/" + name.domain : kPanelUsers + name.local;
-}
-
 void appendRecord(const char* login, const char* type, const Traffic& traffic, long when) {
-  if (refuseName("log_dovecot_bandwidth", login)) return;
-  const std::string folder = folderOf(LoginName(login));
+  const LoginName name(login);
+  if (refuseName("log_dovecot_bandwidth", name)) return;
+  const std::string folder = name.folder();
   const std::string path = folder + "/dovecot.bytes";
   const OwnedText record(newStringf(
       "%lld=type=%s&inbound=%lld&outbound=%lld&email=%s&log_time=%lld\n", traffic.total(), type,

@@ -8,5 +8,5 @@
 //
 // `message` is Dovecot's, from "pop3(" or "imap(" on. One that is no end of a session, or names no
 // byte counts, or whose user has no folder, is passed over in silence; a file that cannot be
-// opened is reported in the activity log.
+// opened, and a name that would lead out of its folder, is reported in the activity log.
 void log_dovecot_bandwidth(const char* message, long when);

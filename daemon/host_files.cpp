@@ -35,6 +35,7 @@ void rewrite(const char* path, const std::string& content) {
     log("Unable to open %s for writing : %s", path, strerror(errno));
     return;
   }
+  setvbuf(hosts, nullptr, _IONBF, 0);  // a buffer would cut it, and an address with it
   fwrite(content.data(), 1, content.size(), hosts);
   fclose(hosts);
   hosts = nullptr;

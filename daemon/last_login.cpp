@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "daemon/activity_log.h"
-#include "daemon/paths.h"
 #include "daemon/record_file.h"
 #include "daemon/state.h"
 #include "support/cv_string.h"
@@ -20,17 +19,11 @@ bool exists(const std::string& path) {
   return pathExists(path.c_str(), 0, true, true) != 0;
 }
 
-// Where the records of a login name go.
-std::string folderFor(const LoginName& name) {
-  return name.is_virtual ? std::string(kDomains) + "/" + name.domain + "/last_login"
-                         : kPanelUsers + name.local;
-}
-
 // Makes sure that the folder is there. False if it cannot be, with a message for a domain's.
 bool haveFolder(const std::string& folder, const LoginName& name) {
   if (exists(folder)) return true;
   if (!name.is_virtual) return false;
-  const std::string domain_folder = std::string(kDomains) + "/" + name.domain;
+  const std::string domain_folder = name.folder();
   if (!exists(domain_folder)) {
     log("write_last_logins: could not find %s to log %s@%s", domain_folder.c_str(),
         name.local.c_str(), name.domain.c_str());
@@ -46,9 +39,9 @@ bool haveFolder(const std::string& folder, const LoginName& name) {
 }
 
 void writeLastLogin(const char* who, const char* record) {
-  if (refuseName("write_last_logins", who)) return;
   const LoginName name(who);
-  const std::string folder = folderFor(name);
+  if (refuseName("write_last_logins", name)) return;
+  const std::string folder = name.folder() + (name.is_virtual ? "/last_login" : "");
   const std::string path = folder + "/" + (name.is_virtual ? name.local : "last_login");
   // The folder of a domain is nearly always there, and is looked for only where it seems not to be.
   // Users without a domain may well have none.

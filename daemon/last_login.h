@@ -10,6 +10,7 @@ void log_last_login(const char* who, const char* ip, long when);
 
 // Writes what has been noted: for LOCAL@DOMAIN /etc/virtual/DOMAIN/last_login/LOCAL, whose folder
 // last_login is made if it is missing (mode 0770, root, group mail); for other names
-// /usr/local/corvane/data/users/NAME/last_login. What cannot be written is reported in the activity
-// log and passed over, in silence where a user without '@' has no folder.
+// /usr/local/corvane/data/users/NAME/last_login. What cannot be written, and a name that would lead
+// out of its folder, is reported in the activity log and passed over, in silence where a user
+// without '@' has no folder.
 void write_last_logins();

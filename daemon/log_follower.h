@@ -7,12 +7,13 @@
 // for the same.
 int logChanged();
 
-// Opens log_file into maillog. On failure reports it in the activity log and returns false.
+// Opens log_file into maillog, which the caller closes. On failure reports it in the activity log
+// and returns false.
 bool openLog();
 
-// Reads maillog from the byte `position` to its end, hands each line to parseLine() and leaves in
-// last_pos where it ended. A last line that is still being written counts as a line, and so does
-// its rest in the next scan.
+// Reads maillog, if it is open, from the byte `position` to its end, hands each line to parseLine()
+// and leaves in last_pos where it ended. A last line that is still being written counts as a line,
+// and so does its rest in the next scan.
 void parseLogFrom(long position);
 
 // One scan: expires old hosts, reads the new lines, rewrites both host files and writes the last

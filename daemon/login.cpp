@@ -272,16 +272,18 @@ void verifyPid(int pid, const char* line, int isImap) {
   }
   const int seconds = static_cast<int>(then);
   if (strcomp(ip, kLoopback) == 0) {
-    trace("Ignoring %s=%d for pid %d (%s) user: %s\n", ip, seconds, pid, key.text,
-          printable(user_list.getValue(ip)));
+    if (!is_daemon)
+      trace("Ignoring %s=%d for pid %d (%s) user: %s\n", ip, seconds, pid, key.text,
+            printable(user_list.getValue(ip)));
     return;
   }
   if (*email_buff != '\0') {
     user_list.setParam(ip, email_buff, true, 1, false);
     log_last_login(email_buff, ip, then);
   }
-  trace("setting: %s=%d for pid %d (%s) user: %s\n", ip, seconds, pid, key.text,
-        printable(user_list.getValue(ip)));
+  if (!is_daemon)
+    trace("setting: %s=%d for pid %d (%s) user: %s\n", ip, seconds, pid, key.text,
+          printable(user_list.getValue(ip)));
   host_list.setParam(ip, seconds);
 }
 

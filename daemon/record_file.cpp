@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "daemon/activity_log.h"
+#include "daemon/paths.h"
 #include "support/cv_string.h"
 
 namespace {
@@ -32,17 +33,20 @@ std::string escaped(const char* text) {
 
 }  // namespace
 
-LoginName::LoginName(const char* name) {
+LoginName::LoginName(const char* name) : whole(name) {
   const char* at = findChar(name, '@');
   is_virtual = *at == '@';
   local.assign(name, at);
   if (is_virtual) domain = at + 1;
 }
 
-bool refuseName(const char* caller, const char* name) {
-  const LoginName parts(name);
-  if (!leavesItsFolder(parts.local) && !leavesItsFolder(parts.domain)) return false;
-  log("%s: refused '%s': as a path it would leave its folder", caller, escaped(name).c_str());
+std::string LoginName::folder() const {
+  return is_virtual ? std::string(kDomains) + "/" + domain : kPanelUsers + local;
+}
+
+bool refuseName(const char* caller, const LoginName& name) {
+  if (!leavesItsFolder(name.local) && !leavesItsFolder(name.domain)) return false;
+  log("%s: refused '%s': as a path it would leave its folder", caller, escaped(name.whole).c_str());
   return true;
 }
 

@@ -23,9 +23,9 @@ std::string contents(ConfigFile& table) {
   return all;
 }
 
-// One word of a script: name=value stores, +name=value as JSON, #name=value as a number, *name=value
-// as no known type, -name and -name=value delete, ?name and @slot ask for a value and a type,
-// ! changes a setting. Returns the answer.
+// One word of a script: name=value stores, +name=value as JSON, #name=value as a number,
+// *name=value as no known type, -name and -name=value delete, ?name and @slot ask for a value and a
+// type, ! changes a setting. Returns the answer.
 std::string act(ConfigFile& table, const std::string& word) {
   const size_t kind = std::string("+#*-?@!").find(word[0]), equals = word.find('=');
   const size_t start = kind < 7;
