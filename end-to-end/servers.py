@@ -20,7 +20,6 @@ from conftest import LOG, PROJECT, Machine  # of the scenarios
 HERE = Path(__file__).parent
 UNPACKED = PROJECT / "build/end-to-end/root"
 libc = ctypes.CDLL(None, use_errno=True)
-os.umask(0o022)  # Exim reads what the daemon writes
 
 
 class Network:

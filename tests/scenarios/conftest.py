@@ -7,6 +7,9 @@ from pathlib import Path
 
 import pytest
 
+# Neither file modes nor messages of tools are those of whoever runs this.
+os.umask(0o022)
+os.environ["LC_ALL"] = "C"
 PROJECT = Path(__file__).resolve().parents[2]
 LOG = "/var/log/mail.log"
 HOSTS = "/etc/virtual/pophosts"
