@@ -13,8 +13,10 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests/scenarios"))
 from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, PROJECT, USERS, login, machine  # of the scenarios
 
 UNIT = (PROJECT / "packaging/systemd/cv-popb4smtp.service.in").read_text()
-# The whole tree again, read-only but for what is named before "--"; then the rest of the command.
-TREE = """set -e; mkdir -p /run/fence; mount --rbind / /run/fence
+# The whole tree again, with "strict" read-only but for what is named before "--"; then the rest of
+# the command.
+TREE = """set -e; [ "$1" = strict ] || { while [ "$1" != -- ]; do shift; done; shift; exec "$@"; }
+shift; mkdir -p /run/fence; mount --rbind / /run/fence
 while [ "$1" != -- ]; do mount --bind "/run/fence$1" "/run/fence$1"; keep="$keep:$1:"; shift; done
 while read -r _ _ _ _ point _; do case "$keep:/proc::/sys::/dev:" in
 *":${point#/run/fence}:"*) ;; *) [ "$point" = "${point#/run/fence}" ] ||
@@ -24,7 +26,7 @@ CALLS = """import os, seccomp, sys
 fence = seccomp.SyscallFilter(seccomp.ERRNO(int(sys.argv[1])))
 for call in sys.argv[2].split():
     if seccomp.resolve_syscall(seccomp.Arch(), call) >= 0: fence.add_rule(seccomp.ALLOW, call)
-fence.load(); os.execv(sys.argv[3], sys.argv[3:])"""
+os.umask(int(sys.argv[3], 8)); fence.load(); os.execv(sys.argv[4], sys.argv[4:])"""
 
 
 def words(key):
@@ -45,11 +47,11 @@ def run(machine, lacking, *command):
     capabilities = [name for name in words("CapabilityBoundingSet") if name != lacking]
     kept = "".join(",+" + name[4:].lower() for name in capabilities)
     return subprocess.run(machine.command(
-        "unshare", "--mount", "--net", "--propagation", "unchanged", "sh", "-c", TREE, "sh",
-        *(path.lstrip("-") for path in words("ReadWritePaths")), "--",
+        "unshare", "--mount", *["--net"] * (words("PrivateNetwork") == ["yes"]),
+        "--propagation", "unchanged", "sh", "-c", TREE, "sh", *words("ProtectSystem"), *(path.lstrip("-") for path in words("ReadWritePaths")), "--",
         "setpriv", "--bounding-set=-all" + kept, "--inh-caps=-all", "--no-new-privs",
         "env", "ASAN_OPTIONS=detect_leaks=0", sys.executable, "-c", CALLS,
-        str(getattr(errno, words("SystemCallErrorNumber")[0])), " ".join(allowed), *command),
+        str(getattr(errno, words("SystemCallErrorNumber")[0])), " ".join(allowed), *words("UMask"), *command),
         capture_output=True, text=True, stdin=subprocess.DEVNULL, timeout=30, check=False)
 
 
@@ -64,14 +66,19 @@ def test_all_work_is_done_behind_the_fence_and_needs_each_capability(machine, la
         path == LOG or machine.path(path).mkdir(parents=True)
         machine.path(path).chmod(0o700)
         os.chown(machine.path(path), 12345, 12345)
-    machine.path(PID_FILE).touch()  # as the unit does
+    machine.inside(" ".join(words("ExecStartPre")).removeprefix("+"))
     for path in "/etc/x", "/run/x", "/var/log/x", "/usr/local/x":
         assert "Read-only" in run(machine, lacking, "/bin/touch", path).stderr
     assert "not permitted" in run(machine, lacking, "/bin/nice", "true").stderr
     result = run(machine, lacking, os.environ["DAEMON"], "t", "45")
     assert (result.returncode, result.stdout) == (0, ""), result.stderr
+    assert words("PIDFile") == [PID_FILE] and words("NoNewPrivileges") == ["yes"]
+    interfaces = Path(f"/proc/{machine.background()}/net/dev").read_text()
+    assert re.findall(r"\w+(?=:)", interfaces) == ["lo"]
     last = domain + "/last_login/bob"
     machine.wait_for(lambda: machine.read(last) or "Unable to open" in machine.read(ACTIVITY))
     files = HOSTS, USERS, PID_FILE, ACTIVITY, domain + "/dovecot.bytes", user + "/dovecot.bytes"
     done = all(map(machine.read, [*files, last])) and machine.path(last).parent.group() == "mail"
     assert done == (lacking is None)
+    # The mail server has to be able to read it.
+    assert lacking or oct(machine.path(HOSTS).stat().st_mode) == "0o100644"
