@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "daemon/activity_log.h"
@@ -86,10 +87,11 @@ void appendRecord(const char* login, const char* type, const Traffic& traffic, l
   if (refuseName("log_dovecot_bandwidth", name)) return;
   const std::string folder = name.folder();
   const std::string path = folder + "/dovecot.bytes";
-  const OwnedText record(newStringf(
-      "%lld=type=%s&inbound=%lld&outbound=%lld&email=%s&log_time=%lld\n", traffic.total(), type,
-      traffic.inbound, traffic.outbound, login, static_cast<long long>(when)));
-  if (!writeRecord(path.c_str(), O_APPEND, record.get())) {
+  const std::string record = std::to_string(traffic.total()) + "=type=" + type +
+                             "&inbound=" + std::to_string(traffic.inbound) +
+                             "&outbound=" + std::to_string(traffic.outbound) + "&email=" + login +
+                             "&log_time=" + std::to_string(when) + "\n";
+  if (!writeRecord(path.c_str(), O_APPEND, record.c_str())) {
     const int error = errno;
     // Who has no folder has no records.
     if (pathExists(folder.c_str(), 0, true, true))
