@@ -87,11 +87,11 @@ void appendRecord(const char* login, const char* type, const Traffic& traffic, l
   if (refuseName("log_dovecot_bandwidth", name)) return;
   const std::string folder = name.folder();
   const std::string path = folder + "/dovecot.bytes";
-  const std::string record = std::to_string(traffic.total()) + "=type=" + type +
-                             "&inbound=" + std::to_string(traffic.inbound) +
-                             "&outbound=" + std::to_string(traffic.outbound) + "&email=" + login +
-                             "&log_time=" + std::to_string(when) + "\n";
-  if (!writeRecord(path.c_str(), O_APPEND, record.c_str())) {
+  const OwnedText record(newString(12, Decimal(traffic.total()).text, "=type=", type,
+                                   "&inbound=", Decimal(traffic.inbound).text,
+                                   "&outbound=", Decimal(traffic.outbound).text, "&email=", login,
+                                   "&log_time=", Decimal(when).text, "\n"));
+  if (!writeRecord(path.c_str(), O_APPEND, record.get())) {
     const int error = errno;
     // Who has no folder has no records.
     if (pathExists(folder.c_str(), 0, true, true))

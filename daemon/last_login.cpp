@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 
 #include "daemon/activity_log.h"
@@ -58,9 +57,7 @@ void writeLastLogin(const char* who, const char* record) {
 }  // namespace
 
 void log_last_login(const char* who, const char* ip, long when) {
-  char seconds[24];
-  *std::to_chars(seconds, seconds + sizeof seconds - 1, when).ptr = '\0';
-  OwnedText record(newString(4, "when=", seconds, "&ip=", ip));
+  OwnedText record(newString(4, "when=", Decimal(when).text, "&ip=", ip));
   if (last_login.setParam(who, record.get(), false, 1, false)) record.release();
 }
 

@@ -87,7 +87,7 @@ void keepConnection(int pid, const char* text, int blanks) {
   const char* connection = behindChar(text, ' ', blanks);
   if (!connection) return;
   trace("gCD: pid:%d %s\n", pid, connection);
-  process_ips.setParam(ProcessKey(pid).text, connection, true, 1, false);
+  process_ips.setParam(Decimal(pid).text, connection, true, 1, false);
 }
 
 }  // namespace
@@ -111,5 +111,5 @@ void getImapConnectData(int pid, const char* at) {
 
 void removePid(int pid) {
   trace("removing pid %d\n", pid);
-  process_ips.deleteParam(ProcessKey(pid).text, nullptr);
+  process_ips.deleteParam(Decimal(pid).text, nullptr);
 }

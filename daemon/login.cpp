@@ -258,7 +258,7 @@ int isIP(const char* text) {
 }
 
 void verifyPid(int pid, const char* line, int isImap) {
-  const ProcessKey key(pid);
+  const Decimal key(pid);
   const long then = getTimeFromString(line);
   if (!isFresh(line, then)) return;
 

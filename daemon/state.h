@@ -3,7 +3,6 @@
 
 #include <sys/stat.h>
 
-#include <charconv>
 #include <cstdio>
 
 #include "support/configfile.h"
@@ -18,7 +17,7 @@ extern Logging logging;  // where library functions report; never configured
 
 extern ConfigFile host_list;    // address -> time of its latest login, decimal seconds (32 bits)
 extern ConfigFile user_list;    // address -> user of its latest login
-extern ConfigFile process_ips;  // server process id -> client address, from connect to end
+extern ConfigFile process_ips;  // server process id, decimal -> client address, from connect to end
 extern ListFile oldies;         // addresses that the current sweep found expired
 extern ConfigFile last_login;   // login name -> last-login record, gathered during one scan
 
@@ -44,9 +43,3 @@ extern FILE* hosts;           // the host file being written; open inside its wr
 inline int lifetime_s() {
   return static_cast<int>(static_cast<unsigned>(minutes) * 60U);
 }
-
-// The name in process_ips of a server process: its id in decimal.
-struct ProcessKey {
-  explicit ProcessKey(int pid) { *std::to_chars(text, text + sizeof text - 1, pid).ptr = '\0'; }
-  char text[12];
-};

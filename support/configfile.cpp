@@ -1,7 +1,6 @@
 #include "support/configfile.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -328,9 +327,7 @@ bool ConfigFile::setParam(const char* name, const char* value, bool copy, int ty
 }
 
 void ConfigFile::setParam(const char* name, int value) {
-  char text[12];
-  *std::to_chars(text, text + sizeof text - 1, value).ptr = '\0';
-  setParam(name, text, true, kTextValue, false);
+  setParam(name, Decimal(value).text, true, kTextValue, false);
 }
 
 void ConfigFile::deleteParam(const char* name, const char* value) {

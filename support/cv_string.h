@@ -5,6 +5,7 @@
 // Memory that runs out throws; nothing else here does.
 #pragma once
 
+#include <charconv>
 #include <cstdarg>
 #include <span>
 #include <string_view>
@@ -89,6 +90,14 @@ inline bool isDigit(char c) {
 char* newStringUntil(const char* s, char stop, int max, int takePartial);
 
 // --- Numbers ---
+
+// A number as decimal text.
+struct Decimal {
+  explicit Decimal(long long number) {
+    *std::to_chars(text, text + sizeof text - 1, number).ptr = '\0';
+  }
+  char text[21];
+};
 
 // Reads the decimal number at `s`, which may follow white space and a sign. False, and `out`
 // untouched, for a null `s` or where no number is. Beyond 64 bits: the nearest one that fits.
