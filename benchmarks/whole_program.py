@@ -165,10 +165,12 @@ class Result:
             "target": limit, "aim": aim, "more": more, "verdict": (verdict or ["missed"])[0]})
 
     def ratio(self, what, over, under, limit, aim=None, more=False):
-        """How many times one subject's median is another's; spread is that of the rounds."""
+        """How many times one subject's cost is another's: the median of the rounds, in which they
+        took turns; of the medians, if they did not."""
         a, b = self.samples[over], self.samples[under]
+        taken_turns = len(a) == len(b)
         self.figure(what, [x / y for x, y in zip(a, b)], limit, aim, "x", more,
-                    statistics.median(a) / statistics.median(b))
+                    None if taken_turns else statistics.median(a) / statistics.median(b))
 
 
 def scan_workload(result):

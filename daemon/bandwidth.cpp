@@ -85,8 +85,7 @@ bool readTraffic(const char* event, bool is_pop, Traffic& traffic) {
 void appendRecord(const char* login, const char* type, const Traffic& traffic, long when) {
   const LoginName name(login);
   if (refuseName("log_dovecot_bandwidth", name)) return;
-  const std::string folder = name.folder();
-  const std::string path = folder + "/dovecot.bytes";
+  const std::string path = name.folder() + "/dovecot.bytes";
   const OwnedText record(newString(12, Decimal(traffic.total()).text, "=type=", type,
                                    "&inbound=", Decimal(traffic.inbound).text,
                                    "&outbound=", Decimal(traffic.outbound).text, "&email=", login,
@@ -94,7 +93,7 @@ void appendRecord(const char* login, const char* type, const Traffic& traffic, l
   if (!writeRecord(path.c_str(), O_APPEND, record.get())) {
     const int error = errno;
     // Who has no folder has no records.
-    if (pathExists(folder.c_str(), 0, true, true))
+    if (pathExists(name.folder().c_str(), 0, true, true))
       log("Cannot open %s for logging dovecot bytes: %s", path.c_str(), strerror(error));
     return;
   }

@@ -19,10 +19,11 @@ bool exists(const std::string& path) {
 }
 
 // Makes sure that the folder is there. False if it cannot be, with a message for a domain's.
-bool haveFolder(const std::string& folder, const LoginName& name) {
-  if (exists(folder)) return true;
-  if (!name.is_virtual) return false;
+bool haveFolder(const LoginName& name) {
+  if (!name.is_virtual) return exists(name.folder());
   const std::string domain_folder = name.folder();
+  const std::string folder = domain_folder + "/last_login";
+  if (exists(folder)) return true;
   if (!exists(domain_folder)) {
     log("write_last_logins: could not find %s to log %s@%s", domain_folder.c_str(),
         name.local.c_str(), name.domain.c_str());
@@ -40,12 +41,12 @@ bool haveFolder(const std::string& folder, const LoginName& name) {
 void writeLastLogin(const char* who, const char* record) {
   const LoginName name(who);
   if (refuseName("write_last_logins", name)) return;
-  const std::string folder = name.folder() + (name.is_virtual ? "/last_login" : "");
-  const std::string path = folder + "/" + (name.is_virtual ? name.local : "last_login");
+  const std::string path =
+      name.folder() + "/last_login" + (name.is_virtual ? "/" + name.local : "");
   // The folder of a domain is nearly always there, and is looked for only where it seems not to be.
   // Users without a domain may well have none.
   const bool written = name.is_virtual && writeRecord(path.c_str(), O_TRUNC, record);
-  if (!written && !haveFolder(folder, name)) return;
+  if (!written && !haveFolder(name)) return;
   if (!written && !writeRecord(path.c_str(), O_TRUNC, record)) {
     log("Cannot open %s for logging last login", path.c_str());
     return;
