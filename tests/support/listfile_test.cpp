@@ -40,7 +40,7 @@ TEST(ListFile, ElementsStandInTheOrderOfTheirKind) {
     words >> list.listType >> list.settings;
     while (words >> word && word != ">")
       if (word[0] == '=')
-        list.settings = word[1];
+        list.settings = static_cast<unsigned char>(word[1]);
       else
         list.addElement(word.c_str(), true, false);
     while (words >> word && word != ">") want += " " + word;
