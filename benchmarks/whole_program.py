@@ -354,9 +354,11 @@ def records_workload(result):
 
     now = int(time.time())
     lists = {"truncate": Path("/run/last_logins"), "append": Path("/run/traffic")}
+    by_name = sorted(enumerate(mail_log.addresses(count)),  # as the daemon writes them
+                     key=lambda login: f"user{login[0]}@dom{login[0] % domains}.example")
     lists["truncate"].write_text("".join(
         f"/etc/virtual/dom{i % domains}.example/last_login/user{i}\twhen={now}&ip={address}\n"
-        for i, address in enumerate(mail_log.addresses(count))))
+        for i, address in by_name))
     lists["append"].write_text("".join(
         f"/etc/virtual/dom{i % domains}.example/dovecot.bytes\t{2080 + i}=type=imap&inbound=80&"
         f"outbound={2000 + i}&email=user{i}@dom{i % domains}.example&log_time={now}\n"
