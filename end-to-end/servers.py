@@ -73,8 +73,10 @@ class Host(Machine):
         self.execute(f"cp '{HERE}/exim4.conf' /etc/exim4/; exim4 -bd")
 
     def add_bridge(self, name, address):
-        self.execute(f"ip link add {name} type bridge; ip address add {address}/24 dev {name}; "
-                     f"ip link set {name} up")
+        # Without an address of its own a bridge takes its lowest port's, so a new client could
+        # change it, and packets of clients that know the old one would be dropped.
+        self.execute(f"ip link add {name} address 02:00:00:00:00:01 type bridge; "
+                     f"ip address add {address}/24 dev {name}; ip link set {name} up")
 
     def connect(self, network, bridge, port, address):
         """Puts a cable, named by its port, between the bridge and a network."""
