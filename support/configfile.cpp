@@ -61,6 +61,18 @@ int compareValues(const ParamEntry& entry, int type, const char* value) {
 
 }  // namespace
 
+// A name and its lead, worked out once for the many comparisons of a search.
+struct ConfigFile::Name {
+  const char* text;
+  unsigned long lead;
+};
+
+// Where an entry stands; while gathering also where one that does not exist would.
+struct ConfigFile::Place {
+  long long slot;
+  bool exists;
+};
+
 ConfigFile::ConfigFile(Logging* log, const char* filename, long long slots) : logging(log) {
   size = slots;
   allocateSlots();
@@ -94,7 +106,7 @@ ConfigFile::ConfigFile(Logging* log, ConfigFile* cf) : logging(log) {
   for (long long i = 0; i < size; ++i) {
     const ParamEntry& source = *cf->params[i];
     if (!source.name) continue;
-    setName(i, source.name);
+    setName(i, cf->nameAt(i));
     setValue(*params[i], source.value, true, source.ownedAs());
     if (multi_type) params[i]->type_code = source.type_code;
   }
@@ -153,12 +165,6 @@ void ConfigFile::fillSlots(ParamEntry** slots, long long from, long long to) {
 
 // --- Lookup ---
 
-// A name and its lead, worked out once for the many comparisons of a search.
-struct ConfigFile::Name {
-  const char* text;
-  unsigned long lead;
-};
-
 ConfigFile::Name ConfigFile::nameAt(long long slot) const {
   return {params[slot]->name, leads_[static_cast<size_t>(slot)]};
 }
@@ -201,27 +207,56 @@ long long ConfigFile::findLinearly(const Name& name, const char* value) const {
   return -1;
 }
 
-// As getIndex(), but a slot of the recent run may be moved by the next insertion.
-long long ConfigFile::find(const Name& name, const char* value) {
-  if (!mayGather()) settle();
-  if (!name.text || param == 0) return -1;
-  if (wait_to_sort) return findLinearly(name, value);
-  const long long i = bisect(name, value, 0, settled_ - 1);
-  return i != -1 ? i : bisect(name, value, settled_, param - 1);
+// The first entry of a run in the order of strcomp, lo .. hi - 1, whose name is this one or comes
+// behind it; hi if there is none.
+long long ConfigFile::firstNotBefore(const Name& name, long long lo, long long hi) const {
+  // By a mask, not by a branch, which would be mispredicted at every other step.
+  const unsigned long* const leads = leads_.data();
+  const unsigned long* first = leads + lo;
+  for (auto left = static_cast<size_t>(hi - lo); left > 0;) {
+    const size_t half = (left + 1) / 2;
+    const bool comes_before = first[half - 1] > name.lead;
+    first += half & (size_t{0} - comes_before);
+    left -= half;
+  }
+  // Those with the same lead: a few, or as many as "192.168.x.y" has.
+  lo = first - leads;
+  long long end = lo;
+  for (long long step = 1; end < hi && leads[end] == name.lead; step *= 2)
+    end = std::min(hi, end + step);
+  return firstBehind(lo, end, [&](long long slot) { return compareNames(slot, name, true) >= 0; });
+}
+
+ConfigFile::Place ConfigFile::findGathering(const Name& name) const {
+  const long long slot = firstNotBefore(name, 0, settled_);
+  if (slot < settled_ && compareNames(slot, name, true) == 0) return {slot, true};
+  const long long recent = firstNotBefore(name, settled_, param);
+  return {recent, recent < param && compareNames(recent, name, true) == 0};
+}
+
+// A null value matches any. The next insertion may move an entry that was found while gathering.
+ConfigFile::Place ConfigFile::find(const Name& name, const char* value) {
+  if (mayGather() && !value) return findGathering(name);
+  settle();
+  if (!name.text) return {-1, false};
+  const long long i = wait_to_sort ? findLinearly(name, value) : bisect(name, value, 0, param - 1);
+  return {i, i != -1};
 }
 
 long long ConfigFile::getIndex(const char* name, const char* value) {
   settle();
-  return find({name, leadOf(name)}, value);
+  const Place found = find({name, leadOf(name)}, value);
+  return found.exists ? found.slot : -1;
 }
 
 char* ConfigFile::getValue(const char* name) {
   static char cf_str[] = "ConfigFile";
   static char long_str[] = "Long Integer";
   static char lf_str[] = "ListFile";
-  const long long i = find({name, leadOf(name)}, nullptr);
-  if (i == -1) return nullptr;
-  switch (multi_type ? kTextValue + params[i]->type_code : kTextValue) {
+  const Place found = find({name, leadOf(name)}, nullptr);
+  if (!found.exists) return nullptr;
+  const ParamEntry& entry = *params[found.slot];
+  switch (multi_type ? kTextValue + entry.type_code : kTextValue) {
     case kConfigFileValue:
       return cf_str;
     case kLongIntegerValue:
@@ -229,7 +264,7 @@ char* ConfigFile::getValue(const char* name) {
     case kListFileValue:
       return lf_str;
     default:
-      return params[i]->value;
+      return entry.value;
   }
 }
 
@@ -251,12 +286,12 @@ int ConfigFile::get_type_at(long long i) {
 // --- Changes ---
 
 // Puts a copy of the name into a slot that has none.
-void ConfigFile::setName(long long slot, const char* name) {
+void ConfigFile::setName(long long slot, const Name& name) {
   ParamEntry& entry = *params[slot];
-  const size_t length = strlen(name);
-  entry.name = length < sizeof entry.short_name ? entry.short_name : newString(name);
-  if (entry.name == entry.short_name) memcpy(entry.name, name, length + 1);
-  leads_[static_cast<size_t>(slot)] = leadOf(name);
+  const size_t length = strlen(name.text);
+  entry.name = length < sizeof entry.short_name ? entry.short_name : new char[length + 1];
+  memcpy(entry.name, name.text, length + 1);
+  leads_[static_cast<size_t>(slot)] = name.lead;
 }
 
 void ConfigFile::releaseName(long long slot) {
@@ -310,19 +345,20 @@ bool ConfigFile::setParam(const char* name, const char* value, bool copy, int ty
   changed = true;
   if (!mayGather()) settle();
   const Name sought = {name, leadOf(name)};
-  const long long found = wait_to_sort ? -1 : find(sought, duplicate ? value : nullptr);
-  if (found != -1 && !value) return true;
+  const Place found =
+      wait_to_sort ? Place{param, false} : find(sought, duplicate ? value : nullptr);
+  if (found.exists && !value) return true;
 
-  if (found == -1) {
+  if (!found.exists) {
     ensureRoom();
-    setName(param++, name);
+    setName(param++, sought);
   }
-  ParamEntry& entry = *params[found == -1 ? param - 1 : found];
+  ParamEntry& entry = *params[found.exists ? found.slot : param - 1];
   // In a plain table an adopted value of no known type is a text like all others.
   const bool known = type >= kTextValue && type <= kJsonValue;
   setValue(entry, value, copy, known || multi_type || copy ? type : kTextValue);
   if (multi_type) entry.type_code = type - kTextValue;
-  if (found == -1) placeLast();
+  if (!found.exists) placeLast(found.slot);
   return true;
 }
 
@@ -333,13 +369,13 @@ void ConfigFile::setParam(const char* name, int value) {
 void ConfigFile::deleteParam(const char* name, const char* value) {
   if (!name || *name == '\0') return;
   changed = true;
-  const long long i = find({name, leadOf(name)}, value);
-  if (i == -1) return;
-  releaseEntry(i);
+  const Place found = find({name, leadOf(name)}, value);
+  if (!found.exists) return;
+  releaseEntry(found.slot);
   if (wait_to_sort)
-    shift_down_from(i);
+    shift_down_from(found.slot);
   else
-    closeGap(i);
+    closeGap(found.slot);
   --param;
   if (!mayGather()) settled_ = param;
   if (!wait_to_sort && !inOrder()) sort();
@@ -444,8 +480,8 @@ void ConfigFile::rotateSlots(long long first, long long middle, long long end) {
   std::rotate(leads + first, leads + middle, leads + end);
 }
 
-// The last entry has just been appended: moves it to its place.
-void ConfigFile::placeLast() {
+// The last entry has just been appended: moves it to its place, which is known while gathering.
+void ConfigFile::placeLast(long long place) {
   if (wait_to_sort) {
     sorted_ = false;
     settled_ = param;
@@ -454,16 +490,15 @@ void ConfigFile::placeLast() {
   } else {
     const long long last = param - 1;
     const bool waits = mayGather();
-    const Name name = nameAt(last);
-    const char* value = params[last]->value;
-    const long long place = firstBehind(waits ? settled_ : 0, last, [&](long long slot) {
-      return compareInOrder(slot, name, value) > 0;
-    });
-    rotateSlots(place, last, param);
-    if (!waits)
+    if (!waits) {
+      const Name name = nameAt(last);
+      const char* value = params[last]->value;
+      place = firstBehind(0, last,
+                          [&](long long slot) { return compareInOrder(slot, name, value) > 0; });
       settled_ = param;
-    else if (param - settled_ > kMostRecent)
-      settle();
+    }
+    rotateSlots(place, last, param);
+    if (waits && param - settled_ > kMostRecent) settle();
   }
 }
 
@@ -478,9 +513,7 @@ void ConfigFile::settle() {
   long long settled = settled_;
   for (size_t i = recent.size(); i-- > 0;) {
     const Name name = {recent[i]->name, recent_leads[i]};
-    const long long place = firstBehind(0, settled, [&](long long slot) {
-      return compareNames(slot, name, sorted_by_.char_case) > 0;
-    });
+    const long long place = firstNotBefore(name, 0, settled);
     std::move_backward(params + place, params + settled, params + end);
     std::move_backward(leads + place, leads + settled, leads + end);
     end -= settled - place + 1;
@@ -545,7 +578,7 @@ bool ConfigFile::move_params(long long from, long long to) {
   }
   ParamEntry& source = *params[from];
   ParamEntry& target = *params[to];
-  setName(to, source.name);
+  setName(to, nameAt(from));
   target.value = source.value;
   if (source.value == source.short_value) {
     memcpy(target.short_value, source.short_value, sizeof target.short_value);

@@ -172,12 +172,11 @@ class ConfigFile {
   // Entries wait in the recent run only while they stand by unique names. A member that sees the
   // table any other way calls settle() first.
   bool mayGather() const {
-    return gathering_ && !wait_to_sort && inOrder() && sort_type == 0 && !duplicate;
+    return gathering_ && !wait_to_sort && inOrder() && sort_type == 0 && char_case && !duplicate;
   }
 
   void allocateSlots();
   void fillSlots(ParamEntry** slots, long long from, long long to);
-  void setName(long long slot, const char* name);
   char* newValue(const char* value, bool copy, int type);
   void setValue(ParamEntry& entry, const char* value, bool copy, int type);
   void releaseName(long long slot);
@@ -186,17 +185,21 @@ class ConfigFile {
   int typeOf(const ParamEntry& entry) const;
 
   struct Name;
+  struct Place;
   Name nameAt(long long slot) const;
+  void setName(long long slot, const Name& name);
   int compareNames(long long slot, const Name& name, bool by_case) const;
   int compareInOrder(long long slot, const Name& name, const char* value) const;
-  long long find(const Name& name, const char* value);
+  Place find(const Name& name, const char* value);
+  Place findGathering(const Name& name) const;
+  long long firstNotBefore(const Name& name, long long lo, long long hi) const;
   long long bisect(const Name& name, const char* value, long long lo, long long hi) const;
   long long findLinearly(const Name& name, const char* value) const;
   template <typename Predicate>
   static long long firstBehind(long long lo, long long hi, Predicate comes_behind);
   void swapSlots(long long a, long long b);
   void rotateSlots(long long first, long long middle, long long end);
-  void placeLast();
+  void placeLast(long long place);
   void settle();
   void closeGap(long long i);
 

@@ -54,7 +54,7 @@ TEST(ConfigFile, EntriesStandInTheOrderOfTheSettings) {
       "8bytes_=4 8bytes__=3 8bytes__\x80=2 8bytes__i=1|"
       "=1 \x7f\x7f\x7f\x7f\x7f\x7f\x7f\x7f=2 > \x7f\x7f\x7f\x7f\x7f\x7f\x7f\x7f=2 =1|"
       "a=1 b=2 a=3 ?a ?A > 3, -, a=3 b=2|a=1 b=2 a > a=1 b=2|"
-      "!case b=1 A=2 a=3 B=4 ?B ?a > 4, 3, A=3 b=4|a=1 b=2 c=3 d=4 -b -c=4 -d=4 -x > a=1 c=3|"
+      "!case b=1 A=2 a=3 B=4 ?B ?a > 4, 3, A=3 b=4|d=4 c=3 b=2 a=1 -b -c=4 -d=4 -x > a=1 c=3|"
       "!dup a=2 a=1 b=0 a=2 a=10 > a=1 a=10 a=2 b=0|!dup a=1 a=2 a=3 ?a -a > 2, a=1 a=3|"
       "!dup a=2 a=1 a=3 a=4 -a=2 -a=9 > a=1 a=3 a=4|!wait b=1 a=2 b=3 ?b > 1, b=1 a=2 b=3|"
       "!wait b=1 a=2 b=3 a=2 -b -a=3 > a=2 b=3 a=2|c=1 a=2 d=3 !wait b=4 > a=2 c=1 d=3 b=4|"
