@@ -1,10 +1,7 @@
 #include "daemon/bandwidth.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
 #include <cstring>
-#include <string>
 #include <string_view>
 
 #include "daemon/activity_log.h"
@@ -82,23 +79,24 @@ bool readTraffic(const char* event, bool is_pop, Traffic& traffic) {
   return true;
 }
 
-void appendRecord(const char* login, const char* type, const Traffic& traffic, long when) {
+void recordTraffic(const char* login, const char* type, const Traffic& traffic, long when) {
   const LoginName name(login);
   if (refuseName("log_dovecot_bandwidth", name)) return;
-  const std::string path = name.folder() + "/dovecot.bytes";
-  const OwnedText record(newString(12, Decimal(traffic.total()).text, "=type=", type,
-                                   "&inbound=", Decimal(traffic.inbound).text,
-                                   "&outbound=", Decimal(traffic.outbound).text, "&email=", login,
-                                   "&log_time=", Decimal(when).text, "\n"));
-  if (!writeRecord(path.c_str(), O_APPEND, record.get())) {
+  const OwnedText path(name.newPath("/dovecot.bytes"));
+  const OwnedText record(
+      newString({Decimal(traffic.total()), "=type=", type, "&inbound=", Decimal(traffic.inbound),
+                 "&outbound=", Decimal(traffic.outbound), "&email=", name.whole,
+                 "&log_time=", Decimal(when), "\n"}));
+  if (!appendRecord(path.get(), record.get())) {
     const int error = errno;
     // Who has no folder has no records.
-    if (pathExists(name.folder().c_str(), 0, true, true))
-      log("Cannot open %s for logging dovecot bytes: %s", path.c_str(), strerror(error));
+    const OwnedText folder(name.newPath());
+    if (pathExists(folder.get(), 0, true, true))
+      log("Cannot open %s for logging dovecot bytes: %s", path.get(), strerror(error));
     return;
   }
   trace("Logged in=%lld out=%lld for user=%s with type=%s to %s\n", traffic.inbound,
-        traffic.outbound, login, type, path.c_str());
+        traffic.outbound, login, type, path.get());
 }
 
 }  // namespace
@@ -117,5 +115,5 @@ void log_dovecot_bandwidth(const char* message, long when) {
   }
   Traffic traffic;
   if (readTraffic(event, is_pop, traffic))
-    appendRecord(login.get(), is_pop ? "pop" : "imap", traffic, when);
+    recordTraffic(login.get(), is_pop ? "pop" : "imap", traffic, when);
 }

@@ -1,9 +1,8 @@
 #include "daemon/last_login.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
 #include <cstring>
+#include <string>
 
 #include "daemon/activity_log.h"
 #include "daemon/record_file.h"
@@ -14,51 +13,52 @@
 
 namespace {
 
-bool exists(const std::string& path) {
-  return pathExists(path.c_str(), 0, true, true) != 0;
+bool exists(const OwnedText& path) {
+  return pathExists(path.get(), 0, true, true) != 0;
 }
 
 // Makes sure that the folder is there. False if it cannot be, with a message for a domain's.
 bool haveFolder(const LoginName& name) {
-  if (!name.is_virtual) return exists(name.folder());
-  const std::string domain_folder = name.folder();
-  const std::string folder = domain_folder + "/last_login";
+  const OwnedText home(name.newPath());
+  if (!name.domain) return exists(home);
+  const OwnedText folder(name.newPath("/last_login"));
   if (exists(folder)) return true;
-  if (!exists(domain_folder)) {
-    log("write_last_logins: could not find %s to log %s@%s", domain_folder.c_str(),
-        name.local.c_str(), name.domain.c_str());
+  if (!exists(home)) {
+    log("write_last_logins: could not find %s to log %s@%s", home.get(),
+        std::string(name.local).c_str(), name.domain);
     return false;
   }
-  if (!createDir(&logging, folder.c_str(), nullptr, 0770, true)) {
-    log("write_last_logins: unable to create %s: %s", folder.c_str(), strerror(errno));
+  if (!createDir(&logging, folder.get(), nullptr, 0770, true)) {
+    log("write_last_logins: unable to create %s: %s", folder.get(), strerror(errno));
     return false;
   }
   // The record is written either way.
-  setOwner(&logging, folder.c_str(), "root", "mail", 1, false, nullptr, nullptr);
+  setOwner(&logging, folder.get(), "root", "mail", 1, false, nullptr, nullptr);
   return true;
 }
 
 void writeLastLogin(const char* who, const char* record) {
   const LoginName name(who);
   if (refuseName("write_last_logins", name)) return;
-  const std::string path =
-      name.folder() + "/last_login" + (name.is_virtual ? "/" + name.local : "");
+  const OwnedText path(name.domain ? name.newPath("/last_login/", name.local)
+                                   : name.newPath("/last_login"));
   // The folder of a domain is nearly always there, and is looked for only where it seems not to be.
   // Users without a domain may well have none.
-  const bool written = name.is_virtual && writeRecord(path.c_str(), O_TRUNC, record);
+  const bool written = name.domain && replaceRecord(path.get(), record);
   if (!written && !haveFolder(name)) return;
-  if (!written && !writeRecord(path.c_str(), O_TRUNC, record)) {
-    log("Cannot open %s for logging last login", path.c_str());
+  if (!written && !replaceRecord(path.get(), record)) {
+    log("Cannot open %s for logging last login", path.get());
     return;
   }
-  trace("last_login: %s@%s '%s'\n", name.local.c_str(),
-        name.is_virtual ? name.domain.c_str() : "(null)", record);
+  if (!is_daemon)
+    trace("last_login: %s@%s '%s'\n", std::string(name.local).c_str(), printable(name.domain),
+          record);
 }
 
 }  // namespace
 
 void log_last_login(const char* who, const char* ip, long when) {
-  OwnedText record(newString(4, "when=", Decimal(when).text, "&ip=", ip));
+  OwnedText record(newString({"when=", Decimal(when), "&ip=", ip}));
   if (last_login.setParam(who, record.get(), false, 1, false)) record.release();
 }
 

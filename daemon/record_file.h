@@ -3,19 +3,20 @@
 // A login name is chosen by whoever it belongs to, and the folders are open to others than root.
 #pragma once
 
-#include <string>
+#include <string_view>
 
 // Where a login name points: the part before and behind its first '@', or all of it as `local`.
+// These are parts of the text given, which stays the caller's.
 struct LoginName {
   explicit LoginName(const char* name);
 
-  // The folder of the domain, or of the panel user if there is none.
-  std::string folder() const;
+  // A new text: the folder of the domain, or of the panel user if there is none, with `below` and
+  // `file` put behind it.
+  char* newPath(std::string_view below = {}, std::string_view file = {}) const;
 
-  const char* whole;  // not owned
-  std::string local;
-  std::string domain;
-  bool is_virtual;  // has an '@'
+  const char* whole;
+  std::string_view local;
+  const char* domain;  // null if there is no '@'
 };
 
 // Whether a part of the name would leave its folder as a path: one that contains '/' or is "." or
@@ -23,7 +24,9 @@ struct LoginName {
 // with all but printable ASCII escaped.
 bool refuseName(const char* caller, const LoginName& name);
 
-// Opens `path` with `flags` (O_TRUNC or O_APPEND) beside those for writing and creating, writes
-// the text and closes it. Neither follows a link at the end of the path nor waits for a reader of a
-// pipe. Returns false, with errno, if it cannot be opened; a failure to write is not noticed.
-bool writeRecord(const char* path, int flags, const char* text);
+// Both open the file, which is created if need be, write the record and close it: as its whole
+// content, or behind what it has. Neither follows a link at the end of the path nor waits for a
+// reader of a pipe. They return false, with errno, if it cannot be opened; a failure to write is
+// not noticed.
+bool replaceRecord(const char* path, std::string_view record);
+bool appendRecord(const char* path, std::string_view record);

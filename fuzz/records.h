@@ -65,16 +65,17 @@ Records takeRecords() {
   return records;
 }
 
-// Whether the part of a path behind its root is one of a record or of its folder. Paths elsewhere
-// are the fuzzer's own.
-void watch(const std::string& path, int flags) {
+// Whether the part of a path behind its root is that of a traffic record, a last login or, within
+// a domain, its folder. Paths elsewhere are the fuzzer's own.
+enum class Kind { kTraffic, kLastLogin, kFolder };
+void watch(const std::string& path, Kind kind) {
   for (const std::string root : {"/etc/virtual/", kPanelUsers}) {
     if (!path.starts_with(root)) continue;
     std::vector<std::string> parts = {""};
     for (const char c : path.substr(root.size()))
       c == '/' ? parts.emplace_back() : parts.back() += c;
-    CHECK(parts.size() == (root != kPanelUsers && flags & O_TRUNC ? 3 : 2), path);
-    CHECK(parts[1] == (flags & O_APPEND ? "dovecot.bytes" : "last_login"), path);
+    CHECK(parts.size() == (root != kPanelUsers && kind == Kind::kLastLogin ? 3 : 2), path);
+    CHECK(parts[1] == (kind == Kind::kTraffic ? "dovecot.bytes" : "last_login"), path);
     for (const std::string& part : parts) CHECK(part != "." && part != "..", path);
   }
 }
@@ -85,11 +86,11 @@ extern "C" {
 int __real_open(const char* path, int flags, ...);
 int __real_mkdir(const char* path, mode_t mode);
 int __wrap_open(const char* path, int flags, mode_t mode) {
-  if (flags & O_CREAT) watch(path, flags);
+  if (flags & O_CREAT) watch(path, flags & O_APPEND ? Kind::kTraffic : Kind::kLastLogin);
   return __real_open(path, flags, mode);
 }
 int __wrap_mkdir(const char* path, mode_t mode) {
-  watch(path, 0);
+  watch(path, Kind::kFolder);
   return __real_mkdir(path, mode);
 }
 }

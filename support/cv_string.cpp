@@ -119,6 +119,16 @@ char* newString(int count, const char* first, ...) {
   return joined;
 }
 
+char* newString(std::initializer_list<std::string_view> pieces) {
+  size_t length = 0;
+  for (const std::string_view piece : pieces) length += piece.size();
+  char* joined = new char[length + 1];
+  char* end = joined;
+  for (const std::string_view piece : pieces) end = std::copy(piece.begin(), piece.end(), end);
+  *end = '\0';
+  return joined;
+}
+
 char* newStringf(const char* format, ...) {
   va_list args;
   va_start(args, format);

@@ -7,6 +7,7 @@
 
 #include <charconv>
 #include <cstdarg>
+#include <initializer_list>
 #include <span>
 #include <string_view>
 
@@ -28,6 +29,9 @@ char* newString(const char* s, int n);
 
 // The `count` texts, `first` and count - 1 further const char*, joined. Null pieces are skipped.
 char* newString(int count, const char* first, ...);
+
+// The pieces joined. Their lengths are known: this is for texts that many lines need.
+char* newString(std::initializer_list<std::string_view> pieces);
 
 // The printf-style result in a text of just the needed size.
 char* newStringf(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -94,9 +98,14 @@ char* newStringUntil(const char* s, char stop, int max, int takePartial);
 // A number as decimal text.
 struct Decimal {
   explicit Decimal(long long number) {
-    *std::to_chars(text, text + sizeof text - 1, number).ptr = '\0';
+    char* const end = std::to_chars(text, text + sizeof text - 1, number).ptr;
+    *end = '\0';
+    length = static_cast<size_t>(end - text);
   }
+  operator std::string_view() const { return {text, length}; }
+
   char text[21];
+  size_t length;
 };
 
 // Reads the decimal number at `s`, which may follow white space and a sign. False, and `out`
