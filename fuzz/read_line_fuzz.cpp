@@ -80,9 +80,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (const int max_length : {0, limit}) readEach(input.rest, buffer_size, max_length);
   const int roomy = std::max(buffer_size, 2);
   readAll(input.rest, roomy);
-  // The same where a block of the reader ends.
-  std::string before(static_cast<size_t>(64 * 1024 - limit), '.');
-  for (size_t i = before.size() - 1; i < before.size(); i -= 200) before[i] = '\n';
+  // The same where a block of the reader ends, among short lines or in lines longer than it.
+  const size_t blocks = limit % 4 == 3 ? 3 : 1, length = limit % 2 == 0 ? 200 : 100000;
+  std::string before(blocks * 64 * 1024 - static_cast<size_t>(limit), '.');
+  for (size_t i = length; i < before.size(); i += length) before[i] = '\n';
   readAll(before + std::string(input.rest), roomy);
   return 0;
 }

@@ -19,7 +19,6 @@
 namespace {
 
 using std::string;
-using Table = std::map<string, string>;
 
 struct PlainDaemon {
   Table hosts, users, processes, logins;
@@ -122,12 +121,6 @@ string damagedLog(time_t now, size_t lines, std::mt19937& random) {
     log += line + (any(9) ? "\n" : "\r\n");
   }
   return log;
-}
-
-Table entriesOf(ConfigFile& table) {
-  Table entries;
-  for (long long i = 0; i < table.param; ++i) entries[table.getNameAt(i)] = table.getValueAt(i);
-  return entries;
 }
 
 }  // namespace

@@ -62,6 +62,7 @@ struct TableAndMap {
   }
 
   void check() {
+    CHECK(table.getIndex("in no input", nullptr) == -1, "absent");
     long long i = 0;
     for (const auto& [key, entry] : map) {
       const auto& [name, value] = entry;

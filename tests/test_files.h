@@ -1,13 +1,23 @@
-// Reading what the code under test has written.
+// Reading what the code under test has left behind.
 #pragma once
 
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "daemon/paths.h"
+#include "support/configfile.h"
+
+using Table = std::map<std::string, std::string>;
+
+inline Table entriesOf(ConfigFile& table) {
+  Table entries;
+  for (long long i = 0; i < table.param; ++i) entries[table.getNameAt(i)] = table.getValueAt(i);
+  return entries;
+}
 
 inline std::string contentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);

@@ -21,15 +21,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Table = std::map<std::string, std::string>;
-
 constexpr const char* kRecordFolders[] = {"/etc/virtual", "/usr/local/corvane/data/users"};
-
-Table entriesOf(ConfigFile& table) {
-  Table content;
-  for (long long i = 0; i < table.param; ++i) content[table.getNameAt(i)] = table.getValueAt(i);
-  return content;
-}
 
 Table filesWritten() {
   Table files;

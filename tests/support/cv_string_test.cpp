@@ -75,6 +75,8 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeeds) {
   EXPECT_TRUE(formatted.capacity == 66 && formatted.cmp(copy(), true) == 0);
   string.set("%s", "again");
   EXPECT_TRUE(string.cmp("AGAIN", false) == 0 && string.cmp("AGAIN", true) == 1);
+  string.empty();
+  EXPECT_STREQ(string(), "");
 }
 
 }  // namespace
