@@ -69,18 +69,6 @@ TEST_F(HostFiles, ListTheTablesInTheirOrder) {
   rewritten();
   EXPECT_EQ(writes() - before_both, 2) << "each in one piece: a part could end in the middle of an "
                                           "address, and that is another's";
-  host_list.empty();
-  user_list.empty();
-
-  admit("10.0.0.1", "1700000000", "bob");
-  std::filesystem::remove(kUserFile);
-  std::filesystem::create_directory(kUserFile);
-  writeUserFile();
-  writeHostFile();
-  EXPECT_EQ(contentOf(kHostFile), "10.0.0.1\n") << "the other file is not affected";
-  EXPECT_EQ(newActivity(), Messages{"Unable to open /etc/virtual/pophosts_user for writing : Is a "
-                                    "directory"});
-  EXPECT_EQ(user_list.param, 1);
 }
 
 TEST_F(HostFiles, AHostAgesOutASecondAfterItsLifetime) {
