@@ -1,13 +1,14 @@
 // Following a log: the date of a line, and a scan of lines of one kind.
 
+#include "daemon/line_date.h"
 #include "daemon/log_follower.h"
+#include "daemon/login.h"
+#include "daemon/state.h"
+#include "support/cv_string.h"
 
 #include <benchmark/benchmark.h>
 
 #include "benchmarks/samples.h"
-#include "daemon/login.h"
-#include "daemon/state.h"
-#include "support/cv_string.h"
 
 namespace {
 

@@ -7,7 +7,8 @@
 #include "daemon/paths.h"
 #include "daemon/state.h"
 #include "support/cv_string.h"
-#include "support/owned_text.h"
+#include "support/stream.h"
+#include "support/text_helpers.h"
 
 void log(const char* format, ...) {
   const time_t now = time(nullptr);

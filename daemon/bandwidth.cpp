@@ -7,8 +7,8 @@
 #include "daemon/activity_log.h"
 #include "daemon/record_file.h"
 #include "support/cv_string.h"
-#include "support/owned_text.h"
 #include "support/system.h"
+#include "support/text_helpers.h"
 
 namespace {
 
@@ -84,7 +84,7 @@ void recordTraffic(const char* login, const char* type, const Traffic& traffic, 
   if (refuseName("log_dovecot_bandwidth", name)) return;
   const OwnedText path(name.newPath("/dovecot.bytes"));
   const OwnedText record(
-      newString({Decimal(traffic.total()), "=type=", type, "&inbound=", Decimal(traffic.inbound),
+      newJoined({Decimal(traffic.total()), "=type=", type, "&inbound=", Decimal(traffic.inbound),
                  "&outbound=", Decimal(traffic.outbound), "&email=", name.whole,
                  "&log_time=", Decimal(when), "\n"}));
   if (!appendRecord(path.get(), record.get())) {

@@ -11,6 +11,7 @@
 #include "daemon/activity_log.h"
 #include "daemon/paths.h"
 #include "daemon/state.h"
+#include "support/stream.h"
 #include "support/system.h"
 
 namespace {

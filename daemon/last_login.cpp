@@ -7,9 +7,8 @@
 #include "daemon/activity_log.h"
 #include "daemon/record_file.h"
 #include "daemon/state.h"
-#include "support/cv_string.h"
-#include "support/owned_text.h"
 #include "support/system.h"
+#include "support/text_helpers.h"
 
 namespace {
 
@@ -58,7 +57,7 @@ void writeLastLogin(const char* who, const char* record) {
 }  // namespace
 
 void log_last_login(const char* who, const char* ip, long when) {
-  OwnedText record(newString({"when=", Decimal(when), "&ip=", ip}));
+  OwnedText record(newJoined({"when=", Decimal(when), "&ip=", ip}));
   if (last_login.setParam(who, record.get(), false, 1, false)) record.release();
 }
 

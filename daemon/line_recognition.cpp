@@ -6,9 +6,11 @@
 
 #include "daemon/activity_log.h"
 #include "daemon/bandwidth.h"
+#include "daemon/line_date.h"
 #include "daemon/login.h"
 #include "daemon/state.h"
 #include "support/cv_string.h"
+#include "support/text_helpers.h"
 
 namespace {
 

@@ -8,10 +8,12 @@
 #include "daemon/activity_log.h"
 #include "daemon/host_files.h"
 #include "daemon/last_login.h"
+#include "daemon/line_date.h"
 #include "daemon/line_recognition.h"
 #include "daemon/login.h"
 #include "daemon/state.h"
 #include "support/line_reader.h"
+#include "support/stream.h"
 #include "support/system.h"
 
 namespace {

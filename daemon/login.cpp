@@ -6,9 +6,10 @@
 
 #include "daemon/activity_log.h"
 #include "daemon/last_login.h"
+#include "daemon/line_date.h"
 #include "daemon/state.h"
 #include "support/cv_string.h"
-#include "support/owned_text.h"
+#include "support/text_helpers.h"
 
 namespace {
 
@@ -17,137 +18,6 @@ constexpr int kLongestDovecotName = 256;
 constexpr int kLongestClassicAddress = 16;
 constexpr int kLongestDovecotAddress = 20;
 constexpr char kLoopback[] = "127.0.0.1";
-
-// --- Dates ---
-
-struct Stamp {
-  int month = 0;  // 0 to 11
-  int day = 0;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
-};
-
-// The month of this name, -1 if there is none.
-int monthNumber(const char* word, size_t length) {
-  static int latest = 0;  // a log stays in its month for long
-  constexpr size_t kLetters = 3;
-  if (length != kLetters) return -1;
-  if (startsWith(word, {months[latest], kLetters})) return latest;
-  for (int i = 0; months[i]; ++i)
-    if (startsWith(word, {months[i], kLetters})) return latest = i;
-  return -1;
-}
-
-bool readTwoDigits(const char* s, int& number) {
-  if (!isDigit(s[0]) || !isDigit(s[1])) return false;
-  number = 10 * (s[0] - '0') + (s[1] - '0');
-  return true;
-}
-
-// The words of "Mon DD HH:MM:SS" in the very columns that syslog puts them in. Half of a large log
-// may have to be dated, and the general way below takes several times as long.
-bool readStampInColumns(const char* line, Stamp& stamp) {
-  stamp.month = monthNumber(line, 3);
-  if (stamp.month == -1 || line[3] != ' ') return false;
-  if (line[4] == ' ' && isDigit(line[5]))
-    stamp.day = line[5] - '0';
-  else if (!readTwoDigits(line + 4, stamp.day))
-    return false;
-  return line[6] == ' ' && readTwoDigits(line + 7, stamp.hour) && line[9] == ':' &&
-         readTwoDigits(line + 10, stamp.minute) && line[12] == ':' &&
-         readTwoDigits(line + 13, stamp.second) && !isDigit(line[15]);
-}
-
-// The same words as scanf("%s %d %d:%d:%d") reads them. The month becomes -1 if there is none of
-// that name.
-bool readStamp(const char* line, Stamp& stamp) {
-  const char* month = line;
-  while (isWhiteSpace(*month)) ++month;
-  const char* p = month;
-  while (*p != '\0' && !isWhiteSpace(*p)) ++p;
-  stamp.month = monthNumber(month, static_cast<size_t>(p - month));
-  return p > month && readInt(p, stamp.day) && readInt(p, stamp.hour) && *p++ == ':' &&
-         readInt(p, stamp.minute) && *p++ == ':' && readInt(p, stamp.second);
-}
-
-// Turns stamps into times. mktime() and localtime() look at the time zone file at every call,
-// which a scan of millions of lines cannot afford: within one, each day is worked out once.
-class Calendar {
- public:
-  void hold(bool on) {
-    held_ = on;
-    now_ = -1;
-    forgetDays();
-  }
-
-  time_t timeOf(const Stamp& stamp) {
-    lookUpToday();
-    if (!held_ || !isOrdinary(stamp)) return convert(stamp);
-    Day& day = days_[stamp.month][stamp.day];
-    if (day.kind == Day::kUnknown) day = workOut(stamp.month, stamp.day);
-    if (day.kind == Day::kChangesClock) return convert(stamp);
-    return day.start + secondsOf(stamp);
-  }
-
- private:
-  struct Day {
-    enum { kUnknown, kUniform, kChangesClock } kind = kUnknown;
-    time_t start = 0;
-  };
-
-  static bool isOrdinary(const Stamp& stamp) {
-    return stamp.day >= 1 && stamp.day <= 31 && stamp.hour >= 0 && stamp.hour < 24 &&
-           stamp.minute >= 0 && stamp.minute < 60 && stamp.second >= 0 && stamp.second < 60;
-  }
-
-  static time_t secondsOf(const Stamp& stamp) {
-    return (stamp.hour * 60 + stamp.minute) * 60 + stamp.second;
-  }
-
-  void lookUpToday() {
-    const time_t now = time(nullptr);
-    if (held_ && now == now_) return;
-    const tm found = *localtime(&now);
-    if (found.tm_year != today_.tm_year || found.tm_isdst != today_.tm_isdst ||
-        found.tm_gmtoff != today_.tm_gmtoff)
-      forgetDays();
-    today_ = found;
-    now_ = now;
-  }
-
-  // Year and daylight-saving flag are those of now: the line has neither.
-  time_t convert(const Stamp& stamp) const {
-    tm date = today_;
-    date.tm_mon = stamp.month;
-    date.tm_mday = stamp.day;
-    date.tm_hour = stamp.hour;
-    date.tm_min = stamp.minute;
-    date.tm_sec = stamp.second;
-    return mktime(&date);
-  }
-
-  // On a day whose clock changes, the time since its start is not what the clock shows.
-  Day workOut(int month, int day) const {
-    const time_t start = convert({month, day, 0, 0, 0});
-    for (int hour = 0; hour < 24; ++hour)
-      if (convert({month, day, hour, 59, 59}) != start + secondsOf({month, day, hour, 59, 59}))
-        return {Day::kChangesClock, 0};
-    return {Day::kUniform, start};
-  }
-
-  void forgetDays() {
-    for (auto& month : days_)
-      for (Day& day : month) day = {};
-  }
-
-  bool held_ = false;
-  time_t now_ = -1;
-  tm today_ = {};
-  Day days_[12][32];
-};
-
-Calendar calendar;
 
 // --- Freshness ---
 
@@ -229,23 +99,6 @@ char* newDovecotAddress(const char* text) {
 }
 
 }  // namespace
-
-long getTimeFromString(const char* line) {
-  Stamp stamp;
-  if (!readStampInColumns(line, stamp) && !readStamp(line, stamp)) {
-    log("Error reading't reading all of the value from the date: %s", line);
-    return 0;
-  }
-  if (stamp.month == -1) {
-    log("Unable to parse the date");
-    return 0;
-  }
-  return calendar.timeOf(stamp);
-}
-
-void holdCalendar(bool on) {
-  calendar.hold(on);
-}
 
 int isIP(const char* text) {
   if (!text || *text == '\0' || text[strspn(text, "0123456789.")] != '\0') return 0;

@@ -4,15 +4,6 @@
 // minutes old. A line that does not fit admits nobody; nothing here reports failure to its caller.
 #pragma once
 
-// The time of the syslog date at the start of `line`, in seconds since the epoch. The year is the
-// current one, and the clock that of the current season. 0, with a message in the activity log,
-// when it cannot be read.
-long getTimeFromString(const char* line);
-
-// While a scan runs the calendar is looked up once a day of the log, not once a line. A change of
-// the system's time zone is then seen by the next scan.
-void holdCalendar(bool on);
-
 // 1 if `text` is an IPv4 address: digits and dots only, four numbers up to 255, the first of them
 // at least 1. What follows the fourth number is not looked at. Else 0, also for null.
 int isIP(const char* text);

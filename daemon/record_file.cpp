@@ -11,6 +11,7 @@
 #include "daemon/activity_log.h"
 #include "daemon/paths.h"
 #include "support/cv_string.h"
+#include "support/text_helpers.h"
 
 namespace {
 
@@ -60,8 +61,8 @@ LoginName::LoginName(const char* name) : whole(name) {
 }
 
 char* LoginName::newPath(std::string_view below, std::string_view file) const {
-  return domain ? newString({kDomains, "/", domain, below, file})
-                : newString({kPanelUsers, local, below, file});
+  return domain ? newJoined({kDomains, "/", domain, below, file})
+                : newJoined({kPanelUsers, local, below, file});
 }
 
 bool refuseName(const char* caller, const LoginName& name) {

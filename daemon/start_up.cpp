@@ -12,8 +12,9 @@
 #include "daemon/paths.h"
 #include "daemon/state.h"
 #include "support/cv_string.h"
-#include "support/owned_text.h"
+#include "support/stream.h"
 #include "support/system.h"
+#include "support/text_helpers.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include "fuzz.h"
 #include "orders.h"
 #include "support/cv_string.h"
+#include "support/text_helpers.h"
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "daemon/line_date.h"
 #include "daemon/login.h"
 #include "fake_time.h"
 #include "fuzz.h"

@@ -12,7 +12,8 @@
 #include "fake_time.h"
 #include "orders.h"
 #include "records.h"
-#include "support/owned_text.h"
+#include "support/cv_string.h"
+#include "support/text_helpers.h"
 
 namespace {
 

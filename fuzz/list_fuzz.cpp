@@ -6,8 +6,9 @@
 
 #include "fuzz.h"
 #include "orders.h"
+#include "support/cv_string.h"
 #include "support/listfile.h"
-#include "support/owned_text.h"
+#include "support/text_helpers.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);

@@ -8,7 +8,7 @@
 #include "fuzz.h"
 #include "support/cv_string.h"
 #include "support/line_reader.h"
-#include "support/owned_text.h"
+#include "support/stream.h"
 
 namespace {
 

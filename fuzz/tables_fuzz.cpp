@@ -5,8 +5,9 @@
 #include "fuzz.h"
 #include "orders.h"
 #include "support/configfile.h"
+#include "support/cv_string.h"
 #include "support/listfile.h"
-#include "support/owned_text.h"
+#include "support/text_helpers.h"
 
 namespace {
 

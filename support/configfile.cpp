@@ -9,6 +9,7 @@
 #include "support/cv_string.h"
 #include "support/listfile.h"
 #include "support/logging.h"
+#include "support/text_helpers.h"
 
 namespace {
 

@@ -1,12 +1,15 @@
 #include "support/cv_string.h"
 
 #include <strings.h>
+
 #include <algorithm>
-#include <climits>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+
+#include "support/text_helpers.h"
 
 namespace {
 
@@ -90,10 +93,6 @@ char* newString(const char* s) {
   return copy;
 }
 
-char* copyWherePresent(const char* s) {
-  return s ? newString(s) : nullptr;
-}
-
 char* newString(const char* s, int n) {
   return copyInto(s, static_cast<size_t>(std::max(n, 0)));
 }
@@ -119,34 +118,11 @@ char* newString(int count, const char* first, ...) {
   return joined;
 }
 
-char* newString(std::initializer_list<std::string_view> pieces) {
-  size_t length = 0;
-  for (const std::string_view piece : pieces) length += piece.size();
-  char* joined = new char[length + 1];
-  char* end = joined;
-  for (const std::string_view piece : pieces) end = std::copy(piece.begin(), piece.end(), end);
-  *end = '\0';
-  return joined;
-}
-
 char* newStringf(const char* format, ...) {
   va_list args;
   va_start(args, format);
   char* text = newStringv(format, args);
   va_end(args);
-  return text;
-}
-
-char* newStringv(const char* format, va_list args) {
-  va_list again;
-  va_copy(again, args);
-  char most[256];
-  // Negative only for a result that no int can measure: such a text comes out empty.
-  const int length = std::max(vsnprintf(most, sizeof most, format, args), 0);
-  char* text = newString(length < static_cast<int>(sizeof most) ? most : nullptr, length);
-  if (length >= static_cast<int>(sizeof most))
-    vsnprintf(text, static_cast<size_t>(length) + 1, format, again);
-  va_end(again);
   return text;
 }
 
@@ -171,22 +147,9 @@ const char* findChar(const char* s, char c) {
   return strchrnul(s, c);
 }
 
-const char* behindChar(const char* s, char c, int n) {
-  for (; n > 0; --n) {
-    s = findChar(s, c);
-    if (*s == '\0') return nullptr;
-    ++s;
-  }
-  return s;
-}
-
 const char* findString(const char* s, const char* needle, int caseSensitive) {
   const char* found = caseSensitive ? strstr(s, needle) : strcasestr(s, needle);
   return found ? found : s + strlen(s);
-}
-
-const char* printable(const char* s) {
-  return s ? s : "(null)";
 }
 
 char* newStringUntil(const char* s, char stop, int max, int takePartial) {
@@ -199,33 +162,6 @@ char* newStringUntil(const char* s, char stop, int max, int takePartial) {
 
 bool setSignedLongLong(const char* s, long long& out) {
   return s && readLongLong(s, out);
-}
-
-// As strtoll(), which is left to read what may not fit: at every line of a large log its bases and
-// locales would cost a tenth of the scan.
-bool readLongLong(const char*& s, long long& out) {
-  constexpr long kDigitsThatFit = 18;
-  const char* p = s;
-  while (isWhiteSpace(*p)) ++p;
-  const bool negative = *p == '-';
-  if (negative || *p == '+') ++p;
-  const char* const digits = p;
-  unsigned long long number = 0;
-  for (; isDigit(*p); ++p) number = 10 * number + static_cast<unsigned long long>(*p - '0');
-  if (p == digits) return false;
-  if (p - digits > kDigitsThatFit)
-    out = strtoll(s, nullptr, 10);
-  else
-    out = static_cast<long long>(negative ? 0 - number : number);
-  s = p;
-  return true;
-}
-
-bool readInt(const char*& s, int& out) {
-  long long number = 0;
-  if (!readLongLong(s, number)) return false;
-  out = static_cast<int>(std::clamp<long long>(number, INT_MIN, INT_MAX));
-  return true;
 }
 
 int strcomp(const char* a, const char* b) {

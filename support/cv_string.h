@@ -2,14 +2,13 @@
 //
 // A text is a NUL-terminated char array from new[]. Whoever receives one from a function below
 // owns it and releases it with delString(). A null pointer and an empty text are different values.
-// Memory that runs out throws; nothing else here does.
+// A null `log` counts as a default-constructed one. Memory that runs out throws; nothing else here
+// does.
 #pragma once
 
-#include <charconv>
-#include <cstdarg>
-#include <initializer_list>
-#include <span>
-#include <string_view>
+#include <cstdio>
+
+class Logging;
 
 // --- Making and releasing texts ---
 
@@ -20,9 +19,6 @@ void delString(char*& a, char*& b);
 // A copy of `s`; of null, a new empty text.
 char* newString(const char* s);
 
-// A copy of `s`, or null for null.
-char* copyWherePresent(const char* s);
-
 // A zero-filled array of n + 1 bytes with at most the first n characters of `s`, none if `s` is
 // null: a bounded copy, or a buffer. A negative n counts as 0.
 char* newString(const char* s, int n);
@@ -30,12 +26,8 @@ char* newString(const char* s, int n);
 // The `count` texts, `first` and count - 1 further const char*, joined. Null pieces are skipped.
 char* newString(int count, const char* first, ...);
 
-// The pieces joined. Their lengths are known: this is for texts that many lines need.
-char* newString(std::initializer_list<std::string_view> pieces);
-
 // The printf-style result in a text of just the needed size.
 char* newStringf(const char* format, ...) __attribute__((format(printf, 1, 2)));
-char* newStringv(const char* format, va_list args) __attribute__((format(printf, 1, 0)));
 
 // Appends `s` and "<br>\n" to the text *acc, which is released and replaced.
 void addResult(char** acc, const char* s);
@@ -50,9 +42,6 @@ int newBuffer(unsigned int size, char*& buf);
 // The first `c` in `s`, or its terminating NUL: never null, test the character found.
 const char* findChar(const char* s, char c);
 
-// What follows the n-th `c` in `s`, or null if it has fewer.
-const char* behindChar(const char* s, char c, int n);
-
 // Where the whole `needle` first stands in `s`, or the terminating NUL of `s`. Case counts unless
 // caseSensitive is 0. An empty needle stands at the start.
 const char* findString(const char* s, const char* needle, int caseSensitive);
@@ -63,31 +52,6 @@ inline const char* trim(const char* s) {
   return s;
 }
 
-// `s`, or "(null)" for a null one, as messages show it.
-const char* printable(const char* s);
-
-// Compared here and now: most texts differ from a keyword in their first characters.
-inline bool startsWith(const char* s, std::string_view prefix) {
-  for (const char c : prefix)
-    if (*s++ != c) return false;
-  return true;
-}
-
-inline bool startsWithAny(const char* s, std::span<const std::string_view> prefixes) {
-  for (const std::string_view prefix : prefixes)
-    if (startsWith(s, prefix)) return true;
-  return false;
-}
-
-// What scanf() and strtol() take for white space.
-inline bool isWhiteSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-inline bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 // The characters of `s` before the first `stop`, as a new text. `stop` must follow within `max`
 // characters (it may be the one right behind them); otherwise, and for a null `s`, null. With
 // takePartial the text may also end without it, at the end of `s` or after `max` characters.
@@ -95,28 +59,22 @@ char* newStringUntil(const char* s, char stop, int max, int takePartial);
 
 // --- Numbers ---
 
-// A number as decimal text.
-struct Decimal {
-  explicit Decimal(long long number) {
-    char* const end = std::to_chars(text, text + sizeof text - 1, number).ptr;
-    *end = '\0';
-    length = static_cast<size_t>(end - text);
-  }
-  operator std::string_view() const { return {text, length}; }
-
-  char text[21];
-  size_t length;
-};
-
 // Reads the decimal number at `s`, which may follow white space and a sign. False, and `out`
 // untouched, for a null `s` or where no number is. Beyond 64 bits: the nearest one that fits.
 bool setSignedLongLong(const char* s, long long& out);
 
-// The same, moving `s` behind the number.
-bool readLongLong(const char*& s, long long& out);
+// --- Lines ---
 
-// The same for an int. Beyond an int: the nearest one that fits.
-bool readInt(const char*& s, int& out);
+// Reads one line into `buffer`, an array of `size` bytes from newString(). Returns the number of
+// bytes read, or -1 when none are left.
+//
+// A newline ends the line; it is neither stored nor counted. A carriage return before it is counted
+// and then removed. NUL bytes count like others. The last line may lack its newline. The text is
+// terminated, and every byte behind it is zero.
+// Whenever fewer than 32 bytes would stay free, `buffer` is replaced by one of twice the size.
+// With maxLength > 0 a line that is already longer is cut there instead, with an error message: its
+// rest is the next line. A line that no int can measure is cut at 1 GiB in the same way.
+int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength);
 
 // --- Orders: -1, 0 or 1 ---
 //

@@ -53,7 +53,7 @@ class LineInBuffer {
 
  private:
   void makeRoom() {
-    Logging& report = reportTo(log_);
+    Logging& report = Logging::orDefault(log_);
     if (max_length_ > 0 && stored_ > max_length_) {
       full_ = true;
       report.errorLog_debug(

@@ -5,6 +5,7 @@
 #include "support/container.h"
 #include "support/cv_string.h"
 #include "support/logging.h"
+#include "support/text_helpers.h"
 
 namespace {
 

@@ -10,8 +10,9 @@
 
 #include "support/cv_string.h"
 #include "support/log.h"
-#include "support/owned_text.h"
+#include "support/stream.h"
 #include "support/system.h"
+#include "support/text_helpers.h"
 
 namespace {
 
@@ -139,7 +140,7 @@ void Logging::writeError(const char* path, const char* message) {
   if (debug_level > 9) printf("%s", line.get());
 }
 
-Logging& reportTo(Logging* log) {
+Logging& Logging::orDefault(Logging* log) {
   static Logging quiet;
   return log ? *log : quiet;
 }

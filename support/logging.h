@@ -44,10 +44,10 @@ class Logging {
   // The line in the security log, the error line, then the same as a trace at `level`.
   void allLog(int level, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
+  // `log`, or for null a default-constructed one.
+  static Logging& orDefault(Logging* log);
+
  private:
   void trace(const char* message) const;
   void writeError(const char* path, const char* message);
 };
-
-// `log`, or a default-constructed one for null.
-Logging& reportTo(Logging* log);

@@ -19,7 +19,8 @@
 #include "support/configfile.h"
 #include "support/cv_string.h"
 #include "support/logging.h"
-#include "support/owned_text.h"
+#include "support/stream.h"
+#include "support/text_helpers.h"
 
 char* system_res = nullptr;
 bool is_in_chroot = false;
@@ -145,17 +146,6 @@ bool has_chrooted() {
   return is_in_chroot;
 }
 
-FILE* openStream(const char* path, const char* mode) {
-  const int flags = (*mode == 'w' ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC;
-  int file = open(path, flags | O_NONBLOCK, 0666);
-  // Somebody has a lease on this file, and gives it back when we wait.
-  if (file == -1 && errno == EWOULDBLOCK) file = open(path, flags, 0666);
-  if (file == -1) return nullptr;
-  FILE* stream = fdopen(file, mode);
-  if (!stream) close(file);
-  return stream;
-}
-
 int pathExists(const char* path, int use_cache, bool clear_result, bool explain) {
   if (clear_result) clearReasons();
   if (!path || *path == '\0') {
@@ -179,21 +169,21 @@ char* getDataFromFile(Logging* log, Config* limits, const char* path, int save_i
   if (!path || *path == '\0') return nullptr;
   char* known = save_in_cache ? sys_get_data_from_file_cache.getValue(path) : nullptr;
   if (known) {
-    reportTo(log).debug(4000, "returned cache: %s", path);
+    Logging::orDefault(log).debug(4000, "returned cache: %s", path);
     if (save_in_cache == 1) return newString(known);
     if (save_in_cache == 2) return known;
   }
   if (!pathExists(path, 0, true, true)) return nullptr;
   const OwnedFile file(fopen(path, "r"));
   if (!file) {
-    reportTo(log).errorLog_debug(2500, "Unable to get data from file: %s: %s", path,
-                                 strerror(errno));
+    Logging::orDefault(log).errorLog_debug(2500, "Unable to get data from file: %s: %s", path,
+                                           strerror(errno));
     return nullptr;
   }
   long long size = fileSize(log, file.get());
   if (size == 0 && proc_style) size = kProcFileSize;
   if (limits && size > limits->max_read_to_memory_size) {
-    reportTo(log).errorLog_debug(
+    Logging::orDefault(log).errorLog_debug(
         100,
         "getDataFromFile(conf, '%s', save_in_cache=%d): file size (%lld) > "
         "max_read_to_memory_size (%lld)",
@@ -208,7 +198,7 @@ char* getDataFromFile(Logging* log, Config* limits, const char* path, int save_i
 long long fileSize(Logging* log, FILE* file) {
   struct stat status;
   if (fstat(fileno(file), &status) == 0) return status.st_size;
-  reportTo(log).debug(3000, "fileSize(*fp): fstat error: %s", strerror(errno));
+  Logging::orDefault(log).debug(3000, "fileSize(*fp): fstat error: %s", strerror(errno));
   return 0;
 }
 
@@ -238,8 +228,10 @@ int setUserPriv(Logging* log, const char* user, int report) {
   if (uid == kUnknownId || gid == kUnknownId) {
     const char* which = uid == kUnknownId ? "uid" : "gid";
     if (report)
-      reportTo(log).errorLog("Sys:setUserPriv(%s):%s==%d\n", printable(user), which, kUnknownId);
-    reportTo(log).debug(500, "Sys:setUserPriv(%s):%s==%d\n", printable(user), which, kUnknownId);
+      Logging::orDefault(log).errorLog("Sys:setUserPriv(%s):%s==%d\n", printable(user), which,
+                                       kUnknownId);
+    Logging::orDefault(log).debug(500, "Sys:setUserPriv(%s):%s==%d\n", printable(user), which,
+                                  kUnknownId);
     return 0;
   }
   group_taken = setegid(static_cast<gid_t>(gid));
@@ -274,7 +266,7 @@ int createDir(Logging* log, const char* path, const char* owner, unsigned int mo
 
 int setOwner(Logging* log, const char* path, int uid, int gid, int refuse_hard_links, bool secure,
              int required_uid, int required_gid) {
-  Logging& report = reportTo(log);
+  Logging& report = Logging::orDefault(log);
   if (!path || *path == '\0') {
     report.debug(10, "setOwner: blank path to try and set uid=%d gid=%d", uid, gid);
     return 0;
@@ -334,7 +326,7 @@ int isOwner(struct stat& status, unsigned int uid, unsigned int gid) {
 }
 
 int isOwner(Logging* log, const char* path, unsigned int uid, unsigned int gid) {
-  Logging& report = reportTo(log);
+  Logging& report = Logging::orDefault(log);
   if (!path || *path == '\0') return 0;
   const int shown_uid = static_cast<int>(uid);
   const int shown_gid = static_cast<int>(gid);
@@ -388,9 +380,10 @@ char* get_random_temp_file(Logging* log, const char* path) {
     OwnedText name(newString(3, path, ".", random.get()));
     if (!pathExists(name.get(), 0, false, false)) return name.release();
   }
-  reportTo(log).errorLog_debug(100,
-                               "get_random_temp_file(%s): cannot generate a random filename that "
-                               "doesn't exist (too many tries)",
-                               path);
+  Logging::orDefault(log).errorLog_debug(
+      100,
+      "get_random_temp_file(%s): cannot generate a random filename that "
+      "doesn't exist (too many tries)",
+      path);
   return nullptr;
 }

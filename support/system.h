@@ -9,11 +9,8 @@
 
 #include <cstdio>
 
-#include "support/line_reader.h"  // readLine()
-
-class ConfigFile;
-class Logging;
-struct Config;
+#include "support/config.h"
+#include "support/configfile.h"
 
 // Readable reasons of the latest failures, each ended by "<br>\n"; null until there was one.
 extern char* system_res;
@@ -23,10 +20,6 @@ extern bool is_in_chroot;
 bool has_chrooted();
 
 // --- Reading ---
-
-// As fopen() for "r" or "w", and as that the caller's to close, but a pipe never makes it wait for
-// its other end: one without a reader cannot be opened for writing, one without a writer is empty.
-FILE* openStream(const char* path, const char* mode);
 
 // What pathExists() has found with use_cache: path -> "1" or "0".
 extern ConfigFile sys_path_exists_cache;

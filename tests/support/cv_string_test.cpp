@@ -1,12 +1,11 @@
 // Texts and the growable String. The orders of texts are a target in fuzz/.
 #include "support/cv_string.h"
+#include "support/text_helpers.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <string>
-
-#include "support/owned_text.h"
 
 namespace {
 

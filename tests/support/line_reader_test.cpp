@@ -1,12 +1,12 @@
 // What is said of a line. Which lines there are, and how buffers grow, is a target in fuzz/.
 #include "support/line_reader.h"
+#include "support/cv_string.h"
+#include "support/stream.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "support/cv_string.h"
-#include "support/owned_text.h"
 #include "test_files.h"
 
 TEST(ReadLine, SaysThatALinePastTheLimitIsChopped) {

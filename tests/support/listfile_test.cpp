@@ -1,13 +1,12 @@
 // The ordered list and the kinds of element that it holds.
 #include "support/listfile.h"
+#include "support/container.h"
+#include "support/text_helpers.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 #include <string>
-
-#include "support/container.h"
-#include "support/owned_text.h"
 
 namespace {
 

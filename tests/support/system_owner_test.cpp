@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "support/logging.h"
-#include "support/owned_text.h"
 #include "support/system.h"
+#include "support/text_helpers.h"
 #include "test_files.h"
 
 namespace fs = std::filesystem;

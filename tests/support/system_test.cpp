@@ -1,5 +1,7 @@
 // Files as the library reads them.
 #include "support/system.h"
+#include "support/config.h"
+#include "support/text_helpers.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -7,8 +9,6 @@
 #include <string>
 #include <utility>
 
-#include "support/config.h"
-#include "support/owned_text.h"
 #include "test_files.h"
 
 namespace {

@@ -1,0 +1,17 @@
+// Open files.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+struct CloseFile {
+  void operator()(FILE* file) const { fclose(file); }
+};
+
+// A file that is closed when its holder goes; null if it could not be opened.
+using OwnedFile = std::unique_ptr<FILE, CloseFile>;
+
+// As fopen() for "r" or "w": a stream that the caller closes, or null with the reason in errno. It
+// never waits for the other end of a pipe: one without a writer is empty, and one without a reader
+// cannot be opened for writing (ENXIO).
+FILE* openStream(const char* path, const char* mode);
