@@ -307,6 +307,9 @@ void String::expand_buff(unsigned long n, short factor) {
   char* larger = copyInto(buffer, capacity);
   delString(buffer);
   buffer = larger;
+  if (length < capacity) return;
+  length = capacity > 0 ? capacity - 1 : 0;
+  buffer[length] = '\0';
 }
 
 int String::cmp(const char* s, bool caseSensitive) const {

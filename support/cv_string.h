@@ -134,7 +134,8 @@ class String {
 
   void empty();                                     // length 0; the buffer stays
   void new_empty_string();                          // empty, with a new buffer of capacity 32
-  void expand_buff(unsigned long n, short factor);  // capacity n * factor, the text stays
+  void expand_buff(unsigned long n, short factor);  // capacity n * factor; the text stays as far
+                                                    // as it is shorter than that
 
   // The text, owned by this String and valid until it changes; null if it was taken over.
   const char* operator()() const { return buffer; }

@@ -4,5 +4,5 @@
 class Log {
  public:
   // The local time as YYYY:MM:DD-HH:MM:SS, in one buffer that the next call overwrites.
-  static const char* getLogTime();
+  static char* getLogTime();
 };

@@ -4,7 +4,6 @@
 #include <grp.h>
 #include <libintl.h>
 #include <pwd.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -39,18 +38,24 @@ void clearReasons() {
   system_res = newString("");
 }
 
-// Sets the mode of the folder just made, and of nothing that may have come in its place.
+// mkdir(), with just this mode, whatever the umask.
+int makeFolder(const char* path, unsigned int mode) {
+  const mode_t mask = umask(0);
+  const int result = mkdir(path, mode);
+  const int error = errno;
+  umask(mask);
+  errno = error;
+  return result;
+}
+
+// Sets what mkdir() leaves out: the bits of set-id, and those that the parent's access list takes
+// away. Nothing that may have come in the folder's place is touched. We carry on if it fails: the
+// folder is there.
 void setMode(const char* path, unsigned int mode) {
-  // We carry on if it fails: the folder is there, if with a narrower mode.
-  [[maybe_unused]] int result;
   const int folder = open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (folder != -1) {
-    result = fchmod(folder, mode);
-    close(folder);
-  } else if (errno == EACCES) {
-    // Ours, but not to be read. Root, whom others might lead astray, never gets here.
-    result = chmod(path, mode);
-  }
+  if (folder == -1) return;
+  [[maybe_unused]] const int result = fchmod(folder, mode);
+  close(folder);
 }
 
 int changeOwner(Logging& report, const char* path, int uid, int gid, const char* which) {
@@ -58,16 +63,6 @@ int changeOwner(Logging& report, const char* path, int uid, int gid, const char*
   if (report.debug_level == kOwnerTrace)
     report.debug(kOwnerTrace, "setOwner: %s: %s error: %s", path, which, strerror(errno));
   return 0;
-}
-
-char characterFor(unsigned r, bool special) {
-  static constexpr char kAlphanumeric[] =
-      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-  if (!special) return kAlphanumeric[r % 62];
-  r %= 92;
-  if (r < 14) return static_cast<char>('!' + r);       // up to the last before '/'
-  if (r < 58) return static_cast<char>('0' + r - 14);  // up to the last before '\\'
-  return static_cast<char>(']' + r - 58);
 }
 
 // Puts the entry back under its name. False, with a message, if that cannot be.
@@ -251,7 +246,7 @@ int createDir(Logging* log, const char* path, const char* owner, unsigned int mo
     return 0;
   }
   int result = 1;
-  const int error = mkdir(path, mode) == 0 ? 0 : errno;
+  const int error = makeFolder(path, mode) == 0 ? 0 : errno;
   if (error == 0) {
     setMode(path, mode);
   } else {
@@ -356,20 +351,21 @@ void randseed() {
 }
 
 char getRandChar(bool special) {
-  // NOLINTNEXTLINE(cert-msc30-c,cert-msc50-cpp): whom a guess could hurt asks getRandString().
-  return characterFor(static_cast<unsigned>(rand()), special);
+  // NOLINTNEXTLINE(cert-msc30-c,cert-msc50-cpp): the header says that these are no secrets.
+  const auto r = static_cast<unsigned>(rand());
+  static constexpr char kAlphanumeric[] =
+      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  if (!special) return kAlphanumeric[r % 62];
+  const unsigned n = r % 92;
+  if (n < 14) return static_cast<char>('!' + n);       // up to the last before '/'
+  if (n < 58) return static_cast<char>('0' + n - 14);  // up to the last before '\\'
+  return static_cast<char>(']' + n - 58);
 }
 
 char* getRandString(int length, bool special) {
   randseed();
   char* text = newString(nullptr, length);
-  for (int i = 0; i < length; ++i) {
-    // Who could guess a name next to root's files could be there first. rand() is for a kernel that
-    // has nothing better.
-    unsigned r = 0;
-    const bool random = getrandom(&r, sizeof r, GRND_NONBLOCK) == sizeof r;
-    text[i] = random ? characterFor(r, special) : getRandChar(special);
-  }
+  for (int i = 0; i < length; ++i) text[i] = getRandChar(special);
   return text;
 }
 

@@ -87,12 +87,16 @@ int isHardLink(struct stat& status);
 
 // --- Random names ---
 
-void randseed();  // seeds rand() from the time; getRandString() does so each time
+//
+// All come from rand() and are no secrets: whoever knows the time of a call can guess them.
+
+// Seeds rand() from the time of day.
+void randseed();
 
 // A letter or digit; with `special` any printable ASCII but blank, '/' and '\'.
 char getRandChar(bool special);
 
-// `length` of these as a new text.
+// Seeds rand() anew; then `length` such characters as a new text.
 char* getRandString(int length, bool special);
 
 // `path`, a dot and eight letters or digits, as a new text: a name that is free, or null, with an
