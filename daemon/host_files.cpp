@@ -48,18 +48,18 @@ void clearOldIps() {
   oldies.empty();
   const long now = time(nullptr);
   oldest_host = kNoHost;
-  for (long long i = 0; i < host_list.param; ++i) {
-    const char* text = host_list.getValueAt(i);
+  oldies.gather(true);
+  host_list.forEach([now](const char* ip, const char* text) {
     const int then = static_cast<int>(strtol(text, nullptr, 10));
     if (then + static_cast<long>(lifetime_s()) < now) {
-      const char* ip = host_list.getNameAt(i);
       oldies.addElement(ip, true, false);
       trace("%s is too old at %s (%d > %d + (%d*60)\n", ip, text, static_cast<int>(now), then,
             minutes);
     } else if (then < oldest_host) {
       oldest_host = then;
     }
-  }
+  });
+  oldies.gather(false);
   if (oldies.count == 0) return;
   host_list.deleteParams(oldies);
   user_list.deleteParams(oldies);
@@ -80,13 +80,14 @@ void removeOldHosts() {
 
 void writeHostFile() {
   std::string content = roomFor(host_list);
-  for (long long i = 0; i < host_list.param; ++i) content.append(host_list.getNameAt(i)) += '\n';
+  host_list.forEach([&content](const char* ip, const char*) { content.append(ip) += '\n'; });
   rewrite(kHostFile, content);
 }
 
 void writeUserFile() {
   std::string content = roomFor(user_list);
-  for (long long i = 0; i < user_list.param; ++i)
-    content.append(user_list.getNameAt(i)).append(": ").append(user_list.getValueAt(i)) += '\n';
+  user_list.forEach([&content](const char* ip, const char* user) {
+    content.append(ip).append(": ").append(user) += '\n';
+  });
   rewrite(kUserFile, content);
 }

@@ -1,115 +1,258 @@
-// ConfigFile through any sequence of changes, against a map in the same order.
+// ConfigFile and ListFile through any sequence of calls and of writes to their fields, against the
+// same steps taken on plain values. Whatever comes, every slot and every answer must be the same.
 
-#include <map>
+#include <optional>
+#include <vector>
 
 #include "fuzz.h"
-#include "orders.h"
 #include "support/configfile.h"
+#include "support/container.h"
 #include "support/cv_string.h"
 #include "support/listfile.h"
-#include "support/text_helpers.h"
 
 namespace {
 
-constexpr unsigned kMostAtOnce = 1500;  // more than gather before they are merged
+using Text = std::optional<std::string>;
 
-struct TableAndMap {
-  ConfigFile table;
-  std::map<Key, std::pair<std::string, std::string>> map;  // name and value
-  unsigned at_once = 0;
+const char* chars(const Text& text) {
+  return text ? text->c_str() : nullptr;
+}
 
-  explicit TableAndMap(unsigned settings) : table(nullptr, nullptr, settings / 2 % 20) {
-    table.char_case = settings % 2 == 0;
+// The steps count: where equal elements end, and so what a search finds, depends on them.
+template <typename Element, typename Order>
+void quickSort(std::vector<Element>& all, long lo, long hi, const Order& order) {
+  if (lo >= hi) return;
+  const auto at = [&all](long i) -> Element& { return all[static_cast<size_t>(i)]; };
+  const Element pivot = at((lo + hi) / 2);
+  long i = lo, j = hi;
+  while (i <= j) {
+    while (i < hi && order(at(i), pivot) < 0) ++i;
+    while (j > lo && order(at(j), pivot) > 0) --j;
+    if (i <= j) std::swap(at(i++), at(j--));
+  }
+  quickSort(all, lo, j, order);
+  quickSort(all, i, hi, order);
+}
+
+// The slot at which compare(slot) is 0, by bisection of the slots below count; -1 if there is none.
+template <typename Compare>
+long bisect(long count, const Compare& compare) {
+  for (long lo = 0, hi = count - 1; lo <= hi;) {
+    const long mid = (lo + hi) / 2;
+    const int c = compare(mid);
+    if (c == 0) return mid;
+    (c < 0 ? lo : hi) = c < 0 ? mid + 1 : mid - 1;
+  }
+  return -1;
+}
+
+struct Entry {
+  Text name, value;
+  int type = 1;  // beyond 6: no text, and so without a value
+};
+
+struct PlainTable {
+  std::vector<Entry> slots = std::vector<Entry>(3);
+  long param = 0;
+  bool char_case = true, wait_to_sort = false, duplicate = false, multi_type = false;
+  int sort_type = 0;
+
+  Entry& at(long i) { return slots[static_cast<size_t>(i)]; }
+  bool isText(const Entry& entry) const { return !multi_type || entry.type <= 6; }
+
+  int compareNames(const char* a, const char* b) const {
+    return char_case ? strcomp(a, b) : strcasecomp(a, b);
+  }
+  int compareValues(const Entry& entry, const char* value) const {
+    if (!isText(entry)) return value ? -1 : 0;
+    return (multi_type && entry.type == 3 ? intcomp : strcomp)(chars(entry.value), value);
+  }
+  int compare(const Entry& a, const Entry& b) const {
+    const char *x = chars(a.name), *y = chars(b.name);
+    const int c = sort_type == 1   ? longlongcomp(x, y)
+                  : sort_type == 2 ? strlencomp(y, x)
+                  : sort_type == 3 ? strlencomp(x, y)
+                                   : compareNames(x, y);
+    return c == 0 && duplicate ? compareValues(a, chars(b.value)) : c;
+  }
+  void sort() {
+    const auto order = [this](const Entry& a, const Entry& b) { return compare(a, b); };
+    quickSort(slots, 0, param - 1, order);
   }
 
-  Key keyOf(const std::string& name) const {
-    return table.char_case ? keyOfText(name.c_str()) : keyOfLetters(name.c_str());
+  long index(const char* name, const char* value) {
+    const auto compareAt = [&](long i) {
+      const int c = compareNames(chars(at(i).name), name);
+      return c == 0 && value ? compareValues(at(i), value) : c;
+    };
+    if (!wait_to_sort) return bisect(param, compareAt);
+    for (long i = 0; i < param; ++i)
+      if (compareAt(i) == 0 && (!value || isText(at(i)))) return i;
+    return -1;
   }
 
-  // An entry keeps its first spelling, and without a value the one that it has.
-  void store(const std::string& name, const std::string& value) {
-    auto& entry = map.try_emplace(keyOf(name), name, "").first->second;
-    if (!value.empty()) entry.second = value;
+  void set(const char* name, const char* value, int type) {
+    if (!*name) return;
+    const long found = wait_to_sort ? -1 : index(name, duplicate ? value : nullptr);
+    if (found != -1 && !value) return;
+    if (found == -1 && param == static_cast<long>(slots.size()))
+      slots.resize(slots.size() * (slots.size() < 64 ? 4 : 2));
+    Entry& entry = at(found != -1 ? found : param++);
+    if (found == -1) entry.name = name;
+    entry.value = type > 6 ? Text() : Text(value ? value : "");
+    entry.type = multi_type ? type : 1;
+    if (found == -1 && !wait_to_sort) sort();
   }
 
-  void set(const std::string& name, const std::string& value, bool copy, bool allow_empty) {
-    OwnedText text(value.empty() ? nullptr : newString(value.c_str()));
-    const bool takes = !name.empty() || allow_empty;
-    CHECK(table.setParam(name.c_str(), text.get(), copy, kTextValue, allow_empty) == takes, name);
-    if (takes) store(name, value);
-    if (takes && !copy) text.release();
+  void remove(const char* name, const char* value) {
+    const long i = *name ? index(name, value) : -1;
+    if (i == -1) return;
+    at(i) = Entry();
+    wait_to_sort ? closeGap(i) : sort();
+    --param;
   }
 
-  void setNumber(const std::string& name, int value) {
-    table.setParam(name.c_str(), value);
-    if (!name.empty()) store(name, std::to_string(value));
-  }
-
-  void remove(const std::string& name) {
-    table.deleteParam(name.c_str(), nullptr);
-    if (!name.empty()) map.erase(keyOf(name));
-  }
-
-  void removeEach(unsigned nth) {
-    ListFile names(nullptr, static_cast<const char*>(nullptr));
-    unsigned i = 0;
-    std::erase_if(map, [&names, &i, nth](const auto& entry) {
-      const char* name = entry.second.first.c_str();
-      if (!*name || ++i % nth != 0) return false;
-      names.addElement(name, true, false);
-      return true;
-    });
-    table.deleteParams(names);
-  }
-
-  void check() {
-    CHECK(table.getIndex("in no input", nullptr) == -1, "absent");
-    long long i = 0;
-    for (const auto& [key, entry] : map) {
-      const auto& [name, value] = entry;
-      CHECK(table.getNameAt(i) == name && table.getValueAt(i) == value, name);
-      CHECK(table.getIndex(name.c_str(), nullptr) == i++, name);
+  void closeGap(long to) {
+    for (long from = to + 1; from < static_cast<long>(slots.size()); ++from) {
+      if (!at(from).name) continue;
+      at(to++) = {at(from).name, at(from).value, 1};
+      at(from) = {Text(), Text(), multi_type ? at(from).type : 1};
     }
-    CHECK(i == table.param && (i == table.size || !table.getNameAt(i)), std::to_string(i));
+  }
+
+  // What is missing is copied as an empty text, and of a slot without a name nothing.
+  void copy() {
+    for (Entry& entry : slots)
+      entry = entry.name ? Entry{entry.name, isText(entry) ? entry.value.value_or("") : entry.value,
+                                 entry.type}
+                         : Entry();
   }
 };
 
-// Few enough names that they meet, on both sides of where their first eight bytes end.
+// A few letters in both cases and digits, so that names meet; some are longer than most.
 std::string nameFrom(Input& input) {
-  const unsigned length = input.byte();
-  return (length & 16 ? "12345678" : "") + input.text(length % 8 % 5);
+  static constexpr char kLetters[] = "abABb1 9\x80";
+  const unsigned shape = input.byte();
+  std::string name = shape > 230 ? "1234567890123456" : "";
+  for (unsigned i = 0; i < shape % 4; ++i) name += kLetters[(shape / 4 + i * 5) % 9];
+  return name;
+}
+
+void check(ConfigFile& table, PlainTable& plain) {
+  CHECK(table.param == plain.param, std::to_string(plain.param));
+  CHECK(table.size == static_cast<long>(plain.slots.size()), std::to_string(table.size));
+  for (long i = 0; i < table.size; ++i) {
+    CHECK(strcomp(table.getNameAt(i), chars(plain.at(i).name)) == 0, std::to_string(i));
+    CHECK(strcomp(table.getValueAt(i), chars(plain.at(i).value)) == 0, std::to_string(i));
+    CHECK(table.get_type_at(i) == (plain.multi_type ? plain.at(i).type : 1), std::to_string(i));
+  }
+}
+
+void writeFields(Input& input, ConfigFile& table, PlainTable& plain) {
+  const unsigned what = input.byte(), field = what % 8;
+  const bool on = what & 16;
+  const long i = static_cast<long>(input.byte() % plain.slots.size());
+  if (field == 0) table.char_case = plain.char_case = on;
+  if (field == 1) table.wait_to_sort = plain.wait_to_sort = on;
+  if (field == 2) table.duplicate = plain.duplicate = on;
+  if (field == 3) table.sort_type = static_cast<short>(plain.sort_type = what / 16 % 5);
+  if (field == 4) table.multi_type = plain.multi_type = on;
+  if (what == 6) table.param = plain.param = i;
+  if (field == 5) std::swap(table.params[i], table.params[0]);
+  if (field == 5) std::swap(plain.at(i), plain.at(0));
+  if (field != 7 || !plain.at(i).name) return;
+  plain.at(i).name = nameFrom(input);
+  delString(table.params[i]->name);
+  table.params[i]->name = newString(chars(plain.at(i).name));
+}
+
+void driveTable(Input& input) {
+  ConfigFile table(nullptr, nullptr, 3);
+  PlainTable plain;
+  while (!input.rest.empty()) {
+    const unsigned what = input.byte(), kind = what % 16;
+    const std::string name = nameFrom(input);
+    const Text value = what & 16 ? Text(std::to_string(input.byte() % 4)) : Text();
+    if (kind == 0) table.gather(what & 16);
+    if (kind == 1) table.gather(false);
+    if (kind == 1) writeFields(input, table, plain);
+    if (kind == 2) check(table, plain);
+    if (kind > 2 && kind < 7) table.deleteParam(name.c_str(), chars(value));
+    if (kind > 2 && kind < 7) plain.remove(name.c_str(), chars(value));
+    if (kind > 6) {
+      static constexpr int kTypes[] = {1, 1, 3, 6, 9, 1, 1, 1};
+      table.setParam(name.c_str(), chars(value), true, kTypes[what / 32], false);
+      plain.set(name.c_str(), chars(value), kTypes[what / 32]);
+    }
+    const std::string asked = nameFrom(input);
+    const long slot = plain.index(asked.c_str(), nullptr);
+    const char* found = slot == -1 ? nullptr : chars(plain.at(slot).value);
+    CHECK(strcomp(table.getValue(asked.c_str()), found) == 0, asked);
+  }
+  ConfigFile copy(nullptr, &table);
+  check(table, plain);
+  plain.copy();
+  check(copy, plain);
+}
+
+// Sorted lists of all four kinds, whose elements and settings may be exchanged at any time.
+void driveList(Input& input) {
+  const int kind = static_cast<int>(input.byte() % 4);
+  ListFile list(nullptr, "file");
+  std::vector<std::string> plain;
+  if (kind == ListFile::kContainers) list.set_to_Container_type();
+  list.listType = kind;
+  const auto textAt = [&](int i) -> std::string {
+    if (kind != ListFile::kContainers) return static_cast<char*>(list.elements[i]);
+    return (*static_cast<Container*>(list.elements[i])->data.s)();
+  };
+  const auto compare = [&](const std::string& a, const std::string& b) {
+    const bool by_case =
+        kind == ListFile::kContainers || list.get_setting(ListFile::kCaseSensitive);
+    static constexpr decltype(&strcomp) kOrders[] = {strcomp, ipcomp, ipv6comp, strcomp};
+    return (kind == 0 && !by_case ? strcasecomp : kOrders[kind])(a.c_str(), b.c_str());
+  };
+  const auto index = [&](const std::string& key) {
+    const bool by_case = list.get_setting(ListFile::kCaseSensitive);
+    return bisect(static_cast<long>(plain.size()), [&](long i) {
+      const std::string& element = plain[static_cast<size_t>(i)];
+      if (kind != ListFile::kContainers) return -compare(key, element);
+      return (by_case ? strcomp : strcasecomp)(element.c_str(), key.c_str());
+    });
+  };
+  while (!input.rest.empty()) {
+    static constexpr const char* kAddresses[] = {
+        "10.0.0.9",        "10.0.0.10",       "9.9.9.9", "10.0.0.9x",
+        "1:2:3:4:5:6:7:8", "1:2:3:4:5:6:7:a", "::1",     "1:2"};
+    const unsigned what = input.byte();
+    const std::string text = what & 16 ? kAddresses[what / 32] : nameFrom(input);
+    if (what % 8 == 0) {
+      list.gather(what & 16);
+    } else if (what % 8 == 1 && !plain.empty()) {
+      list.gather(false);
+      std::swap(list.elements[0], list.elements[what / 16 % plain.size()]);
+      std::swap(plain[0], plain[what / 16 % plain.size()]);
+      list.set_setting(ListFile::kCaseSensitive, what & 128);
+    } else {
+      list.addElement(text.c_str(), true, false);
+      if (text.empty() || index(text) != -1) continue;
+      plain.push_back(text);
+      quickSort(plain, 0, static_cast<long>(plain.size()) - 1, compare);
+    }
+    CHECK(list.getIndex(text.c_str(), false) == index(text), text);
+  }
+  CHECK(list.count == static_cast<int>(plain.size()), std::to_string(list.count));
+  for (int i = 0; i < list.count; ++i)
+    CHECK(textAt(i) == plain[static_cast<size_t>(i)], plain[static_cast<size_t>(i)]);
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
-  TableAndMap both(input.byte());
-  while (!input.rest.empty()) {
-    const unsigned what = input.byte(), kind = what % 16;
-    const std::string name = nameFrom(input);
-    if (kind == 0)
-      both.table.gather(what & 16);
-    else if (what == 1)
-      both.table.empty(), both.map.clear();
-    else if (kind == 2)
-      both.setNumber(name, static_cast<int>(input.word()));
-    else if (kind < 5)
-      both.remove(name);
-    else if (kind == 5 && both.table.char_case)
-      both.removeEach(1 + what / 16);
-    else if (what == 6)
-      for (unsigned i = input.byte() * 8; i > 0 && both.at_once < kMostAtOnce; --i, ++both.at_once)
-        both.setNumber(name + std::to_string(i * 17 % 4096), static_cast<int>(i));
-    else if (kind == 7)
-      both.check();
-    else
-      both.set(name, what & 64 ? std::to_string(input.rest.size()) : "", what & 16, what & 32);
-    const std::string asked = nameFrom(input);
-    const auto found = both.map.find(both.keyOf(asked));
-    const char* value = both.table.getValue(asked.c_str());
-    CHECK(found == both.map.end() ? !value : value && found->second.second == value, asked);
-  }
-  both.check();
+  if (input.byte() % 4)
+    driveTable(input);
+  else
+    driveList(input);
   return 0;
 }

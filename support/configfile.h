@@ -1,57 +1,43 @@
 // An ordered table from names to owned values.
 //
-// Entries stand in slots 0 .. param - 1 in ascending order of their names (strcomp, or strcasecmp
+// Entries stand in slots 0 .. param - 1 in ascending order of their names (strcomp, or strcasecomp
 // unless char_case) and are found by bisection. With wait_to_sort they stay as they were appended.
 // Pointers returned by the accessors belong to the table and are invalid once their entry is
 // replaced or removed. One thread at a time.
+//
+// All fields may be read and written at any time: every member works on the table as it then
+// stands. Indexes outside of the slots are the caller's error.
 #pragma once
 
-#include <cstdlib>
+#include <cstdint>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
+#include "support/file_info.h"
+#include "support/logging.h"
+
 class ListFile;
-class Logging;
+namespace cv {
+class NameIndex;
+}
 
-// What a value is; type 1 in a table that is not multi_type.
-constexpr int kTextValue = 1;         // owned text
-constexpr int kConfigFileValue = 2;   // owned ConfigFile
-constexpr int kNumberTextValue = 3;   // owned text, compared as a number
-constexpr int kLongIntegerValue = 4;  // a 64-bit integer in the pointer itself
-constexpr int kListFileValue = 5;     // owned ListFile
-constexpr int kJsonValue = 6;         // owned text
-
-// A record of zero bytes is an unused one: blocks of them cost no memory until they are used.
 struct ParamEntry {
-  char* name;            // null in an unused slot
-  char* value;           // by type, see above; null in an unused slot
-  int type_code;         // less kTextValue; moves with multi_type; get_type_at() tells
-  int owned_code;        // the same of what `value` really points at, whatever the type was set to
-  char short_name[16];   // where a short name stands, and a short copied text: an IPv4 address and
-  char short_value[16];  // its time need no allocation of their own
-
-  int ownedAs() const { return kTextValue + owned_code; }
-};
-
-// Attributes of the file that a table may stand for. Texts are owned.
-struct FileInfo {
-  char* filename;
-  long m_time;
-  long m_size;
-  long read_start_point;
-  unsigned int permission;
-  char* user;
-  char* group;
-  bool use_defaults;
-  char* comments;
-  int file_errno;
-  char file_separator;
-  int file_option;
-  bool file_flag;
+  char* name = nullptr;   // owned text; null in an unused slot
+  char* value = nullptr;  // owned, by type; null in an unused slot
+  intptr_t type = 1;      // what the value is: see the codes in ConfigFile
 };
 
 class ConfigFile {
  public:
+  // Types of values.
+  static constexpr int kText = 1;         // owned text
+  static constexpr int kConfigFile = 2;   // owned ConfigFile
+  static constexpr int kNumberText = 3;   // owned text, compared as a number
+  static constexpr int kLongInteger = 4;  // a 64-bit integer in the pointer itself
+  static constexpr int kListFile = 5;     // owned ListFile
+  static constexpr int kJson = 6;         // owned text
+
   Logging* logging;  // not owned, may be null
   char* result;      // owned message text; replaced by a new empty one in empty()
   char separator;    // this and the other file-form settings are kept and not read here
@@ -61,7 +47,7 @@ class ConfigFile {
   FileInfo* file_info;  // owned, null until first needed
   ParamEntry** params;  // owned: `size` slots, each with its own record, used or not
   long long size;
-  bool multi_type;  // entries carry a type
+  bool multi_type;  // entries show their type; without it all pass for texts
   long long param;  // entries in use
   bool changed;     // set by every call that may change the table, also when it then does not
   bool no_overwrite;
@@ -96,11 +82,22 @@ class ConfigFile {
   // The value of `name`, null when absent; for values that are no text, what they are.
   char* getValue(const char* name);
 
-  // Name and value in slot i, null where there is none and for i = -1. Other indexes outside
-  // 0 .. size - 1 are the caller's error.
+  // Name and value in slot i, null where there is none and for i = -1; the type in slot i, kText
+  // where there is none and unless multi_type.
   char* getNameAt(long long i);
   char* getValueAt(long long i);
   int get_type_at(long long i);
+
+  // Calls visit(name, value) for each entry in order: what the accessors give, faster where there
+  // are many. `visit` must not change the table.
+  template <typename Visit>
+  void forEach(Visit visit) {
+    settle();
+    for (long long i = 0; i < param; ++i) {
+      fetchAhead(i);
+      if (params[i]) visit(params[i]->name, params[i]->value);
+    }
+  }
 
   // Stores `value` under `name`, replacing what was there; an entry that exists keeps its value
   // when the new one is null. With copy the table keeps a deep copy by `type` (null for types
@@ -112,19 +109,18 @@ class ConfigFile {
   void setParam(const char* name, int value);
 
   // Removes the entry; a null value matches any. Later entries move up by one. An empty name
-  // removes nothing: only empty() and deleteParams() do away with an entry that has one.
+  // removes nothing: only empty() does away with an entry that has one.
   void deleteParam(const char* name, const char* value);
 
-  // Removes the entries whose names, spelled just so, stand in a list of texts. Both must be in the
-  // order of strcomp, as they are by default: it costs one pass over them, however many there are.
+  // Removes all entries whose names, spelled just so, stand in a list of texts in default order.
   void deleteParams(const ListFile& names);
 
   // Removes every entry; the slots stay.
   void empty();
 
-  // While gathering, new entries stand in a short sorted run behind the others before they are
-  // merged with them, so that a hundred thousand insertions do not move a hundred thousand
-  // pointers each. All members work as ever; only who looks into `params` sees the difference.
+  // gather(true) announces many changes, gather(false) their end. In between an insertion or a
+  // deletion costs the same however many entries there are; their order is made once, at the end or
+  // when a member needs it. All members work as ever. The slots are not to be touched meanwhile.
   void gather(bool on);
 
   // Makes room for one more entry: from `size` slots to four times as many below 64, twice from
@@ -135,22 +131,24 @@ class ConfigFile {
   void sort();
   void quickSort(long long lo, long long hi);
 
-  // Moves an entry into an empty slot. False, with a trace, if that cannot be.
+  // Moves an entry into an empty slot, where it is of type kText. False, with a trace, if that
+  // cannot be.
   bool move_params(long long from, long long to);
 
   // Closes the gap at the empty slot i: every entry behind it moves up.
   void shift_down_from(long long i);
 
-  void init_file_info();
-  void ensure_file_info();
+  // init_file_info() gives every attribute its initial value and releases nothing.
+  void init_file_info() { *file_info = FileInfo(); }
+  FileInfo& ensure_file_info() { return *(file_info ? file_info : file_info = new FileInfo); }
   void delete_file_info();
 
   // These adopt their text and do not release the one stored before: that is the caller's.
-  void set_filename(char* adopted);
-  void set_user(char* adopted);
-  void set_group(char* adopted);
-  void set_comments(char* adopted);
-  void set_permission(unsigned int permission);
+  void set_filename(char* adopted) { ensure_file_info().filename = adopted; }
+  void set_user(char* adopted) { ensure_file_info().user = adopted; }
+  void set_group(char* adopted) { ensure_file_info().group = adopted; }
+  void set_comments(char* adopted) { ensure_file_info().comments = adopted; }
+  void set_permission(unsigned int permission) { ensure_file_info().permission = permission; }
   char* get_filename() const { return file_info ? file_info->filename : nullptr; }
   char* get_user() const { return file_info ? file_info->user : nullptr; }
   char* get_group() const { return file_info ? file_info->group : nullptr; }
@@ -158,60 +156,35 @@ class ConfigFile {
   unsigned int get_permission() const { return file_info ? file_info->permission : 0; }
 
  private:
-  // What the order of the entries depends on. It can be changed at any time; the next insertion
-  // or deletion then sorts once.
-  struct Order {
-    short sort_type = 0;
-    bool char_case = true;
-    bool duplicate = false;
-    bool operator==(const Order&) const = default;
-  };
-  Order currentOrder() const { return {sort_type, char_case, duplicate}; }
-  bool inOrder() const { return sorted_ && sorted_by_ == currentOrder(); }
-
-  // Entries wait in the recent run only while they stand by unique names. A member that sees the
-  // table any other way calls settle() first.
-  bool mayGather() const {
-    return gathering_ && !wait_to_sort && inOrder() && sort_type == 0 && char_case && !duplicate;
-  }
-
   void allocateSlots();
-  void fillSlots(ParamEntry** slots, long long from, long long to);
-  char* newValue(const char* value, bool copy, int type);
-  void setValue(ParamEntry& entry, const char* value, bool copy, int type);
-  void releaseName(long long slot);
-  void releaseEntry(long long slot);
+  ParamEntry* newRecords(long long n);
 
+  void fetchAhead(long long i) const;
   int typeOf(const ParamEntry& entry) const;
+  void setValue(ParamEntry& entry, const char* value, bool copy, int type);
+  void releaseEntry(ParamEntry& entry);
 
-  struct Name;
-  struct Place;
-  Name nameAt(long long slot) const;
-  void setName(long long slot, const Name& name);
-  int compareNames(long long slot, const Name& name, bool by_case) const;
-  int compareInOrder(long long slot, const Name& name, const char* value) const;
-  Place find(const Name& name, const char* value);
-  Place findGathering(const Name& name) const;
-  long long firstNotBefore(const Name& name, long long lo, long long hi) const;
-  long long bisect(const Name& name, const char* value, long long lo, long long hi) const;
-  long long findLinearly(const Name& name, const char* value) const;
-  template <typename Predicate>
-  static long long firstBehind(long long lo, long long hi, Predicate comes_behind);
-  void swapSlots(long long a, long long b);
-  void rotateSlots(long long first, long long middle, long long end);
-  void placeLast(long long place);
+  int compareNames(const char* a, const char* b) const;
+  int compareValue(const ParamEntry& entry, const char* value) const;
+  int compareInOrder(long long slot, const char* name, const char* value) const;
+  bool ordersByName() const;
+  bool standsInOrder() const;
+  long long bisect(const char* name, const char* value, long long lo, long long hi) const;
+  long long findLinearly(const char* name, const char* value) const;
+
+  bool gathers();
+  void indexFrom(long long slot);
+  long long findGathered(const char* name);
+  void deleteGathered(long long slot);
   void settle();
-  void closeGap(long long i);
 
-  struct Free {
-    void operator()(void* block) const { free(block); }
-  };
-  std::vector<std::unique_ptr<ParamEntry[], Free>>
-      records_;                       // what the slots point at, a block for each growth
-  std::vector<unsigned long> leads_;  // of the name in each slot, see leadOf()
-  bool sorted_;                       // the entries stand in the order sorted_by_
-  Order sorted_by_;
-  bool gathering_;
-  long long settled_;  // entries before this slot are in order, and so are those from it on;
-                       // = param unless gathering
+  std::vector<std::unique_ptr<ParamEntry[]>> records_;  // what the slots point at
+  // What values really are whose entries move_params() has made texts.
+  std::unordered_map<const char*, int> disguised_;
+
+  bool gathering_ = false;  // changes may wait to be put in order
+  // Null unless some wait: those from the slot settled_ on stand as they came and are found by it.
+  std::unique_ptr<cv::NameIndex> index_;
+  long long settled_ = 0;
+  long long searches_ = 0;  // since there is an index
 };

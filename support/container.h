@@ -5,10 +5,10 @@
 #pragma once
 
 #include "support/cv_string.h"
+#include "support/logging.h"
 
 class ConfigFile;
 class ListFile;
-class Logging;
 
 class Container {
  public:

@@ -5,6 +5,8 @@
 
 class Logging;
 
+namespace cv {
+
 // Reads all that is left of a stream: the lines that repeated readLine() calls without a limit
 // would give, and with the same growth of the caller's buffer. Yet a line that fits is not copied
 // into it but handed over where it stands in the block just read, as a log of gigabytes demands.
@@ -34,3 +36,7 @@ class LineReader {
   char* end_ = block_;
   char block_[kBlock + 1] = {};  // and a NUL behind a last line without a newline
 };
+
+}  // namespace cv
+
+using namespace cv;

@@ -38,7 +38,7 @@ ListFile::ListFile(Logging* log_to, ListFile* other) : log(log_to) {
   }
   filename = copyWherePresent(other->filename);
   listType = other->listType;
-  capacity = other->capacity;
+  capacity = static_cast<int>(other->capacity);
   elements = new void*[static_cast<size_t>(capacity)]();
   for (long long i = 0; i < capacity; ++i) {
     void* element = other->elements[i];
@@ -52,8 +52,6 @@ ListFile::ListFile(Logging* log_to, ListFile* other) : log(log_to) {
   group = copyWherePresent(other->group);
   permission = other->permission;
   count = other->count;
-  sorted_ = other->sorted_;
-  sorted_by_ = other->sorted_by_;
 }
 
 ListFile::~ListFile() {
@@ -76,8 +74,6 @@ void ListFile::init() {
   user = nullptr;
   group = nullptr;
   permission = 0;
-  sorted_ = true;
-  sorted_by_ = currentOrder();
 }
 
 void ListFile::set_setting(unsigned char mask, bool on) {
@@ -96,24 +92,21 @@ void ListFile::empty() {
   for (long long i = 0; i < capacity; ++i)
     if (elements[i]) releaseElement(elements[i]);
   count = 0;
-  sorted_ = true;
-  sorted_by_ = currentOrder();
 }
 
 void ListFile::ensureRoom() {
   if (count < capacity) return;
-  auto** larger = new void*[static_cast<size_t>(2 * capacity)]();
+  capacity = std::max(2 * capacity, kFirstSlots);
+  auto** larger = new void*[static_cast<size_t>(capacity)]();
   std::copy(elements, elements + count, larger);
   delete[] elements;
   elements = larger;
-  capacity *= 2;
 }
 
 void ListFile::set_to_Container_type() {
   if (listType == kContainers) return;
-  // As Containers the texts keep an order that respects case; any other has to be made anew.
-  if (sorted_by_ == Order{}) sorted_by_.type = kContainers;
   listType = kContainers;
+  gathering_ = false;
   for (int i = 0; i < count; ++i)
     if (elements[i]) elements[i] = new Container(asText(elements[i]), 0);
 }
@@ -129,6 +122,7 @@ int ListFile::lfcomp(const void* a, const void* b) const {
     case kIpv6Texts:
       return ipv6comp(asText(a), asText(b));
     case kContainers:
+      if (!a || !b) return Container::comp_void(const_cast<void*>(a), const_cast<void*>(b));
       return asContainer(a)->comp(log, asContainer(b), true);
     default:
       if (log)
@@ -139,7 +133,7 @@ int ListFile::lfcomp(const void* a, const void* b) const {
 }
 
 int ListFile::compareKey(const char* key, bool key_is_container, void* element) const {
-  if (listType != kContainers || key_is_container) return lfcomp(key, element);
+  if (listType != kContainers || key_is_container || !element) return lfcomp(key, element);
   return -asContainer(element)->comp_str(key, get_setting(kCaseSensitive));
 }
 
@@ -147,7 +141,7 @@ int ListFile::getIndex(const char* key, bool key_is_container) {
   if (!key || count == 0) return -1;
   if (get_setting(kUnsorted)) {
     for (int i = 0; i < capacity; ++i)
-      if (elements[i] && compareKey(key, key_is_container, elements[i]) == 0) return i;
+      if (elements[i] && compareKey(key, false, elements[i]) == 0) return i;
     return -1;
   }
   int lo = 0;
@@ -171,10 +165,19 @@ void* ListFile::get_value_ptr(const char* value, bool copy, bool value_is_contai
   return newString(value);
 }
 
-// Names that arrive in ascending order, as a sweep finds them, need no search.
-bool ListFile::comesLast(const char* value, bool value_is_container) const {
-  return count > 0 && sorted_ && sorted_by_ == currentOrder() &&
-         compareKey(value, value_is_container, elements[count - 1]) > 0;
+// Whether each element is a text and stands behind the one before it. What callers write to the
+// fields may have changed that at any time.
+bool ListFile::standsInOrder() const {
+  if (listType != kTexts || get_setting(kUnsorted)) return false;
+  for (int i = 0; i < count; ++i) {
+    if (!elements[i]) return false;
+    if (i > 0 && lfcomp(elements[i - 1], elements[i]) >= 0) return false;
+  }
+  return true;
+}
+
+void ListFile::gather(bool on) {
+  gathering_ = on && standsInOrder();
 }
 
 void ListFile::addElement(const char* value, bool copy, bool value_is_container) {
@@ -182,47 +185,28 @@ void ListFile::addElement(const char* value, bool copy, bool value_is_container)
   if (value_is_container ? asContainer(value)->type == Container::kNone : *value == '\0') return;
   if (value_is_container) set_to_Container_type();
   set_setting(kChanged, true);
-  if (!get_setting(kUnsorted) && !comesLast(value, value_is_container) &&
-      getIndex(value, value_is_container) != -1)
-    return;
+  const bool sorted = !get_setting(kUnsorted);
+  const bool in_order = gathering_ || standsInOrder();
+  const bool comes_last = in_order && (count == 0 || lfcomp(elements[count - 1], value) < 0);
+  if (sorted && !comes_last && getIndex(value, value_is_container) != -1) return;
   ensureRoom();
-  elements[count] = get_value_ptr(value, copy, value_is_container);
+  void** const added = elements + count;
+  *added = get_value_ptr(value, copy, value_is_container);
   ++count;
-  placeLast();
-}
-
-// The last element has just been appended: moves it to its place, the first before which it comes.
-void ListFile::placeLast() {
-  if (get_setting(kUnsorted)) {
-    sorted_ = false;
-    return;
-  }
-  if (!sorted_ || sorted_by_ != currentOrder()) {
+  if (!sorted || comes_last) return;
+  if (in_order) {
+    const auto comesBefore = [this](const void* a, const void* b) { return lfcomp(a, b) < 0; };
+    std::rotate(std::upper_bound(elements, added, *added, comesBefore), added, added + 1);
+  } else {
     sort();
-    return;
   }
-  void* const added = elements[count - 1];
-  if (count == 1 || lfcomp(elements[count - 2], added) <= 0) return;
-  int lo = 0;
-  int hi = count - 2;
-  while (lo < hi) {
-    const int mid = lo + (hi - lo) / 2;
-    if (lfcomp(elements[mid], added) > 0)
-      hi = mid;
-    else
-      lo = mid + 1;
-  }
-  std::rotate(elements + lo, elements + count - 1, elements + count);
 }
 
 void ListFile::sort() {
   quickSort(0, count - 1);
-  sorted_ = true;
-  sorted_by_ = currentOrder();
 }
 
 void ListFile::quickSort(int lo, int hi) {
-  sorted_ = sorted_ && sorted_by_ == currentOrder();
   while (lo < hi) {
     void* const pivot = elements[lo + (hi - lo) / 2];
     int i = lo;

@@ -2,12 +2,13 @@
 //
 // Elements stand in slots 0 .. count - 1, in ascending order and each once; with kUnsorted as
 // they were appended, repeated ones too. One thread at a time.
+//
+// All fields may be read and written at any time: every member works on the list as it then stands.
 #pragma once
 
-#include <sys/types.h>
+#include "support/logging.h"
 
 class Container;
-class Logging;
 
 class ListFile {
  public:
@@ -55,7 +56,8 @@ class ListFile {
   // Turns the elements of a list of texts into Containers, which adopt them.
   void set_to_Container_type();
 
-  // The slot of an equal element, or -1. With key_is_container `key` is a Container.
+  // The slot of an equal element, or -1. With key_is_container `key` is a Container; with kUnsorted
+  // a list of Containers takes any key for a text.
   int getIndex(const char* key, bool key_is_container);
 
   // What addElement would store: a copy by the list's kind, or without copy the pointer itself,
@@ -66,6 +68,11 @@ class ListFile {
   // Null, empty and typeless values change nothing. Without copy the list adopts `value`; an
   // element that the list already has is refused and stays the caller's.
   void addElement(const char* value, bool copy, bool value_is_container);
+
+  // gather(true) announces many texts that come in ascending order, gather(false) their end. In
+  // between each costs the same however many elements there are; other values may come too. The
+  // fields are not to be touched meanwhile.
+  void gather(bool on);
 
   // Orders all elements, or those in slots lo .. hi; equal ones end in no particular order.
   void sort();
@@ -80,29 +87,16 @@ class ListFile {
   void set_m_time(long seconds) { m_time = seconds; }
   long get_m_size() const { return m_size; }
   void set_m_size(long bytes) { m_size = bytes; }
-  const char* get_filename() const { return filename; }
-  const char* get_user() const { return user; }
-  const char* get_group() const { return group; }
+  char* get_filename() const { return filename; }
+  char* get_user() const { return user; }
+  char* get_group() const { return group; }
   int get_permission() const { return permission; }
 
  private:
-  // What the order of the elements depends on. It can be changed at any time; the next element
-  // added then sorts once.
-  struct Order {
-    int type = kTexts;
-    bool case_sensitive = true;
-    bool operator==(const Order&) const = default;
-  };
-  Order currentOrder() const {
-    return {listType, listType != kTexts || get_setting(kCaseSensitive)};
-  }
-
   int lfcomp(const void* a, const void* b) const;
   int compareKey(const char* key, bool key_is_container, void* element) const;
-  bool comesLast(const char* value, bool value_is_container) const;
+  bool standsInOrder() const;
   void releaseElement(void*& element) const;
-  void placeLast();
 
-  bool sorted_;  // the elements stand in the order sorted_by_
-  Order sorted_by_;
+  bool gathering_ = false;  // the elements stand in order: nobody need look
 };

@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+namespace cv {
+
 FILE* openStream(const char* path, const char* mode) {
   const int flags = (*mode == 'w' ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC;
   int file = open(path, flags | O_NONBLOCK, 0666);
@@ -15,3 +17,5 @@ FILE* openStream(const char* path, const char* mode) {
   if (!stream) close(file);
   return stream;
 }
+
+}  // namespace cv

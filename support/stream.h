@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <memory>
 
+namespace cv {
+
 struct CloseFile {
   void operator()(FILE* file) const { fclose(file); }
 };
@@ -15,3 +17,7 @@ using OwnedFile = std::unique_ptr<FILE, CloseFile>;
 // never waits for the other end of a pipe: one without a writer is empty, and one without a reader
 // cannot be opened for writing (ENXIO).
 FILE* openStream(const char* path, const char* mode);
+
+}  // namespace cv
+
+using namespace cv;

@@ -7,6 +7,8 @@
 
 #include "support/cv_string.h"
 
+namespace cv {
+
 char* copyWherePresent(const char* s) {
   return s ? newString(s) : nullptr;
 }
@@ -73,3 +75,5 @@ bool readInt(const char*& s, int& out) {
   out = static_cast<int>(std::clamp<long long>(number, INT_MIN, INT_MAX));
   return true;
 }
+
+}  // namespace cv

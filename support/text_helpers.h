@@ -1,6 +1,7 @@
 // Small helpers for texts that the files of this project share.
 //
-// They stand apart from cv_string.h so that whoever includes that header has only its own names.
+// What the library does not promise to its callers stands in headers of its own, as here, and in
+// the namespace cv: a program that links the library may have an isDigit() too.
 #pragma once
 
 #include <charconv>
@@ -9,6 +10,8 @@
 #include <memory>
 #include <span>
 #include <string_view>
+
+namespace cv {
 
 // --- Making texts ---
 
@@ -74,3 +77,7 @@ bool readLongLong(const char*& s, long long& out);
 
 // The same for an int. Beyond an int: the nearest one that fits.
 bool readInt(const char*& s, int& out);
+
+}  // namespace cv
+
+using namespace cv;

@@ -3,45 +3,102 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <cmath>
 #include <memory>
-#include <sstream>
 #include <string>
+#include <vector>
 
 #include "support/configfile.h"
 #include "support/listfile.h"
 
 namespace {
 
-// A letter for the kind and the value: a text, a number, or how many entries there are.
-std::unique_ptr<Container> made(const std::string& what) {
-  auto made = std::make_unique<Container>(what.c_str() + 1, 1);
-  const double number = atof(what.c_str() + 1);
-  ConfigFile table(nullptr, nullptr, 4);
-  ListFile list(nullptr, "file");
-  for (int i = 0; i < number && i < 9; ++i) table.setParam(std::to_string(i).c_str(), i);
-  for (int i = 0; i < table.param; ++i) list.addElement(table.getNameAt(i), true, false);
-  if (what[0] == 'j') made->type = Container::kJson;
-  if (what[0] == 't') made->set_cf(nullptr, &table, true);
-  if (what[0] == 'f') made->set_lf(nullptr, &list, true);
-  if (what[0] == 'l') made->set_ll(new long long(atoll(what.c_str() + 1)), false);
-  if (what[0] != 'i' && what[0] != 'd') return made;
-  made->delete_data();
-  made->type = what[0] == 'i' ? Container::kInteger : Container::kDouble;
-  what[0] == 'i' ? void(made->data.i = atoi(what.c_str() + 1)) : void(made->data.d = number);
+using Owned = std::unique_ptr<Container>;
+
+Owned text(const char* s) {
+  return std::make_unique<Container>(s, 1);
+}
+
+Owned json() {
+  Owned made = text("{}");
+  made->type = Container::kJson;
   return made;
 }
 
-// Each word is a comparison: the kinds order by their codes, numbers by value, a NaN is greater.
-TEST(Container, ComparesByKindAndNumbersByValue) {
-  std::istringstream words(
-      "s\xff<sA sA<sa sa<t9 t9<i-1 l0<f0 f1=f1 t1=t1 t1<t2 t1<f0 f1<f2 sz<i-1 i-1=d-1 d-1=l-1 "
-      "l-1=i-1 l-1<d-0.5 d2.5<i3 i3=d3 d3=l3 l3=i3 i3<l4294967295 f9<d0 d1>dnan dnan>d1 j>j j>i1");
-  for (std::string word; words >> word;) {
-    const size_t sign = word.find_first_of("<=>");
-    const auto a = made(word.substr(0, sign)), b = made(word.substr(sign + 1));
-    EXPECT_EQ(a->comp(nullptr, b.get(), true), word[sign] - '=') << word;
+Owned table(int entries) {
+  ConfigFile source(nullptr, nullptr, 4);
+  for (int i = 0; i < entries; ++i) source.setParam(std::to_string(i).c_str(), i);
+  Owned made = text("");
+  made->set_cf(nullptr, &source, true);
+  return made;
+}
+
+Owned list(int elements) {
+  ListFile source(nullptr, "file");
+  for (int i = 0; i < elements; ++i) source.addElement(std::to_string(i).c_str(), true, false);
+  Owned made = text("");
+  made->set_lf(nullptr, &source, true);
+  return made;
+}
+
+Owned number(int type, double value) {
+  Owned made = text("");
+  auto* whole = new long long(std::isnan(value) ? 0 : static_cast<long long>(value));
+  made->set_ll(whole, false);
+  if (type == Container::kLongLong) return made;
+  made->delete_data();
+  made->type = type;
+  if (type == Container::kInteger)
+    made->data.i = static_cast<int>(value);
+  else
+    made->data.d = value;
+  return made;
+}
+
+// The row against the column. Kinds order by their codes, and numbers by value; a JSON text on the
+// right counts as a null text.
+TEST(Container, EveryKindComparesWithEveryKind) {
+  const char* const names[] = {"text", "table", "int", "long long", "list", "JSON", "double"};
+  Owned kinds[] = {text("a"), table(1), number(3, 2), number(4, 2), list(1), json(), number(7, 2)};
+  const char* const want[] = {
+      "=<<<<<<",  // text
+      ">=<<<><",  // table
+      ">>==<>=",  // int
+      ">>==<>=",  // long long
+      ">>>>=><",  // list
+      ">>>>>=<",  // JSON
+      ">>==>>=",  // double
+  };
+  for (int i = 0; i < 7; ++i)
+    for (int j = 0; j < 7; ++j)
+      EXPECT_EQ(kinds[i]->comp(nullptr, kinds[j].get(), true), want[i][j] - '=')
+          << names[i] << " against " << names[j];
+  EXPECT_EQ(kinds[5]->comp(nullptr, json().get(), true), 1) << "another JSON text";
+  EXPECT_EQ(kinds[0]->comp(nullptr, nullptr, true), 1);
+}
+
+TEST(Container, EqualKindsCompareByValueOrSize) {
+  const struct {
+    const char* what;
+    Owned less, more;
+  } rows[] = {
+      {"signed characters", text("\xff"), text("A")},
+      {"case", text("A"), text("a")},
+      {"tables", table(1), table(2)},
+      {"lists", list(1), list(2)},
+      {"ints", number(3, -1), number(3, 1)},
+      {"int, long long", number(3, 2147483647), number(4, 4294967295)},
+      {"long longs", number(4, -4294967295), number(4, 1)},
+      {"long long, double", number(4, -1), number(7, -0.5)},
+      {"doubles", number(7, 2.5), number(7, 2.75)},
+      {"a NaN on the left", number(7, 9), number(7, NAN)},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.more->comp(nullptr, row.less.get(), true), 1) << row.what;
+    const int other_way = row.less->comp(nullptr, row.more.get(), true);
+    EXPECT_EQ(other_way, std::isnan(row.more->data.d) && row.more->type == 7 ? 1 : -1) << row.what;
   }
+  EXPECT_EQ(text("A")->comp(nullptr, text("a").get(), false), 0) << "without regard to case";
 }
 
 TEST(Container, PointersCompareByAddressAndNullIsLess) {
@@ -53,15 +110,19 @@ TEST(Container, PointersCompareByAddressAndNullIsLess) {
 }
 
 TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {
-  for (const char* what : {"stext", "jtext", "t2", "f2", "l-5", "i7", "d2.5"}) {
-    const auto original = made(what);
+  const Owned originals[] = {text("a"), table(2), number(3, 7),  number(4, -5),
+                             list(2),   json(),   number(7, 2.5)};
+  for (const Owned& original : originals) {
     Container copy(nullptr, original.get());
-    EXPECT_FALSE(copy.set_s(nullptr, true) || copy.set_cf(nullptr, nullptr, true) ||
-                 copy.set_lf(nullptr, nullptr, false) || copy.set_ll(nullptr, false));
-    EXPECT_EQ(copy.type, original->type) << what;
-    EXPECT_EQ(copy.data.pointer == original->data.pointer, Container::local_data(copy.type));
-    if (what[0] == 'j') copy.type = original->type = Container::kString;
-    EXPECT_EQ(copy.comp(nullptr, original.get(), true), 0) << what;
+    EXPECT_FALSE(copy.set_s(nullptr, true));
+    EXPECT_FALSE(copy.set_cf(nullptr, nullptr, true));
+    EXPECT_FALSE(copy.set_lf(nullptr, nullptr, false));
+    EXPECT_FALSE(copy.set_ll(nullptr, false));
+    EXPECT_EQ(copy.type, original->type);
+    const bool same_word = copy.data.pointer == original->data.pointer;
+    EXPECT_EQ(same_word, Container::local_data(copy.type)) << copy.type;
+    if (copy.type == Container::kJson) copy.type = original->type = Container::kString;
+    EXPECT_EQ(copy.comp(nullptr, original.get(), true), 0) << copy.type;
   }
 }
 

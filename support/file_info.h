@@ -1,0 +1,26 @@
+// The attributes of a file that a table may stand for.
+#pragma once
+
+#include "support/cv_string.h"
+
+// The texts are owned by whoever owns the attributes, and null until they are set.
+struct FileInfo {
+  char* filename = nullptr;
+  long m_time = 0;
+  long m_size = 0;
+  long read_start_point = 0;
+  unsigned int permission = 0;
+  char* user = nullptr;
+  char* group = nullptr;
+  bool use_defaults = true;
+  char* comments = nullptr;
+  int file_errno = 0;
+  char file_separator = '=';
+  int file_option = 0;
+  bool file_flag = false;
+
+  void releaseTexts() {
+    delString(filename, comments);
+    delString(user, group);
+  }
+};
