@@ -160,6 +160,15 @@ def write_sessions(file, count, when):
                    f"{program} User 'user{i}' of 'dom{i % 400}.example' logged in with mailbox\n")
 
 
+def write_connects(file, count, when):
+    """Classic processes that connect, and then end in the same order."""
+    head = stamp(when)
+    for pid in range(count):
+        file.write(f"{head}vm-pop3d[{pid}]: Connect from 192.0.2.{pid % 256}\n")
+    for pid in range(count):
+        file.write(f"{head}vm-pop3d[{pid}]: Session ended\n")
+
+
 def write_ends(file, count, when, domains):
     """Ends of sessions of one second, each with a record of traffic."""
     head = stamp(when)

@@ -204,10 +204,53 @@ def growing(result, writer, targets):
     return memory
 
 
+def write_young_logins(file, count):
+    mail_log.write_logins(file, count, time.time())
+
+
 def logins_workload(result):
-    memory = growing(result, lambda file, count: mail_log.write_logins(file, count, time.time()),
-                     ((10000, 0.4, None), (100000, 1.0, 0.4)))
-    result.figure("most memory, 100,000 addresses", memory, 30, unit="MiB")
+    memory = growing(result, write_young_logins, ((10000, 0.4, None), (100000, 0.38, None)))
+    result.figure("most memory, 100,000 addresses", memory, 32, unit="MiB")
+
+
+def million_workload(result):
+    memory = []
+    write(LOG, write_young_logins, 100000)
+    write(MANY_LOG, write_young_logins, 1000000)
+    result.measure(3, **{"daemon 100000": scan,
+                         "daemon 1000000": lambda: scan(MANY_LOG, memory),
+                         "perl 1000000": lambda: perl(MANY_LOG)})
+    same_content("perl")
+    result.ratio("CPU beside the perl script", "daemon 1000000", "perl 1000000", 0.6, 0.4)
+    result.ratio("growth from 100,000", "daemon 1000000", "daemon 100000", 18, 13)
+    result.figure("most memory", memory, 320, unit="MiB")
+
+
+def fresh_workload(result):
+    count = 100000
+
+    def fresh():
+        write(LOG, write_young_logins, count)
+        with open(MANY_LOG, "w") as file:  # the same, from other addresses
+            for i, address in enumerate(mail_log.addresses(count, seed=2)):
+                file.write(mail_log.login(time.time(), address, f"user{i // 2}", i))
+        with Daemon() as daemon:
+            first = daemon.first_scan()
+            append(MANY_LOG.read_text())
+            cpu = daemon.wait_until(lambda: HOSTS.read_text().count("\n") > 1.9 * count) - first
+        result.samples["into an empty table"].append(first)
+        return cpu
+
+    result.samples["into an empty table"] = []
+    result.measure(**{"beside as many": fresh})
+    result.ratio("CPU beside that into an empty table", "beside as many", "into an empty table", 2.5)
+
+
+def connects_workload(result):
+    with open(LOG, "w") as file:
+        mail_log.write_connects(file, 300000, mail_log.old_times(time.time())[1])
+    result.measure(3, daemon=scan)
+    result.figure("CPU", result.samples["daemon"], 1.5, unit="s")
 
 
 def sessions_workload(result):
@@ -379,6 +422,9 @@ def records_workload(result):
 WORKLOADS = {
     "scan": (scan_workload, "The start-up scan of a log of old lines"),
     "logins": (logins_workload, "A first scan of young logins, each from another address"),
+    "million": (million_workload, "The same with 1,000,000 addresses"),
+    "fresh": (fresh_workload, "100,000 logins from new addresses, beside 100,000 known ones"),
+    "connects": (connects_workload, "300,000 classic connections, then their ends"),
     "sessions": (sessions_workload, "A first scan of classic sessions that stay open"),
     "sweep": (sweep_workload, "A sweep that lets go of all hosts"),
     "bursts": (bursts_workload, "2,000 logins a second, once a second, from 20,000 addresses"),
