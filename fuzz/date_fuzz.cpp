@@ -5,12 +5,9 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
-#include <iterator>
 
 #include "daemon/line_date.h"
-#include "daemon/login.h"
 #include "fake_time.h"
 #include "fuzz.h"
 
@@ -48,8 +45,7 @@ long plainTime(const std::string& line, time_t now, int days_ahead) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool silent = rmdir("/var/log/corvane") == 0;  // each message would open a file
-  CHECK(silent, "the activity log is not out of the way");
+  rmdir("/var/log/corvane");  // where each message would make the activity log grow
   for (const bool within_scan : {true, false}) {
     Input input(data, size);
     setenv("TZ", kZones[input.byte() % std::size(kZones)], 1);
