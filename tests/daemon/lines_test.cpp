@@ -6,10 +6,9 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <iterator>
-#include <map>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 #include "daemon/last_login.h"
 #include "daemon/line_recognition.h"
@@ -21,11 +20,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kRecordFolders[] = {"/etc/virtual", "/usr/local/corvane/data/users"};
-
 Table filesWritten() {
   Table files;
-  for (const char* folder : kRecordFolders)
+  for (const char* folder : {kDomains, kPanelUsers})
     for (const auto& entry : fs::recursive_directory_iterator(folder))
       if (entry.is_regular_file()) files[entry.path()] = contentOf(entry.path());
   return files;
@@ -35,15 +32,15 @@ Table filesWritten() {
 class Block {
  public:
   Block() {
-    for (ConfigFile* table : {&host_list, &user_list, &process_ips}) table->empty();
-    umount2("/etc/virtual", MNT_DETACH);
-    for (const char* folder : kRecordFolders) {
+    umount2(kDomains, MNT_DETACH);
+    for (const std::string folder : {kDomains, "/usr/local/corvane/data/users"}) {
       fs::remove_all(folder);
       fs::create_directories(folder);
     }
     newActivity();
   }
   ~Block() {
+    for (ConfigFile* table : {&host_list, &user_list, &process_ips, &last_login}) table->empty();
     is_daemon = 1;
     minutes = 30;
     umask(022);
@@ -72,16 +69,14 @@ class Block {
   // Handles the line as a scan of it alone would, and returns what that does, an effect a line.
   std::string effectsOf(const std::string& sample) {
     const time_t now = time(nullptr);
-    long age = 0;
-    std::string line = sample.substr(1);
-    if (sample[0] != '|') {
-      const size_t start = sample[0] == '@' ? sample.find(' ') + 1 : 0;
-      if (start > 0) age = atol(sample.c_str() + 1);
-      const time_t when = now + age;
-      char stamp[32];
-      strftime(stamp, sizeof stamp, "%b %e %H:%M:%S mail ", localtime(&when));
-      line = stamp + sample.substr(start);
-    }
+    const bool dated = sample[0] == '@';
+    const long age = dated ? atol(sample.c_str() + 1) : 0;
+    const time_t when = now + age;
+    char stamp[32];
+    strftime(stamp, sizeof stamp, "%b %e %H:%M:%S mail ", localtime(&when));
+    const std::string line = sample[0] == '|'
+                                 ? sample.substr(1)
+                                 : stamp + sample.substr(dated ? sample.find(' ') + 1 : 0);
     for (ConfigFile* table : {&host_list, &user_list, &last_login}) table->empty();
     Table processes = entriesOf(process_ips);
     testing::internal::CaptureStdout();
@@ -91,23 +86,19 @@ class Block {
 
     std::string effects;
     const Table users = entriesOf(user_list);
-    for (const auto& [ip, when] : entriesOf(host_list)) {
-      const bool as_stamped = when == std::to_string(static_cast<int>(now + age));
-      effects += "  admit " + ip + (users.count(ip) ? " " + users.at(ip) : "") +
-                 (as_stamped ? "\n" : " at " + when + "\n");
-    }
+    for (const auto& [ip, then] : entriesOf(host_list))
+      effects += "  admit " + ip + (users.contains(ip) ? " " + users.at(ip) : "") +
+                 (then == std::to_string(static_cast<int>(when)) ? "\n" : " at " + then + "\n");
     for (const auto& [pid, text] : entriesOf(process_ips)) {
-      const bool is_new = !processes.count(pid) || processes[pid] != text;
-      if (is_new) effects += "  process " + pid + " " + text + "\n";
-      processes.erase(pid);
+      const auto before = processes.extract(pid);
+      if (!before || before.mapped() != text) effects += "  process " + pid + " " + text + "\n";
     }
     for (const auto& entry : processes) effects += "  forget " + entry.first + "\n";
     for (const auto& [path, content] : filesWritten()) {
-      const std::string& old = files_[path];
+      const std::string old = std::exchange(files_[path], content);
       if (content == old) continue;
       effects += "  " + path + " " + content.substr(content.starts_with(old) ? old.size() : 0);
       if (effects.back() != '\n') effects += '\n';
-      files_[path] = content;
     }
     for (const std::string& message : newActivity()) effects += "  says " + message + "\n";
     for (const std::string& text : linesOf(printed)) effects += "  prints " + text + "\n";
@@ -121,9 +112,8 @@ class Block {
       const size_t digits = text.find_first_not_of("0123456789", at) - at;
       if (digits == 10 && text[at] == '1') {
         const long distance = atol(text.c_str() + at) - now;
-        std::string shown = "NOW";
-        if (distance != 0) shown += (distance > 0 ? "+" : "") + std::to_string(distance);
-        text.replace(at, digits, shown);
+        const std::string sign = distance > 0 ? "+" : "";
+        text.replace(at, digits, "NOW" + (distance == 0 ? "" : sign + std::to_string(distance)));
       }
       at = text.find_first_not_of("0123456789", at);
     }
@@ -172,30 +162,33 @@ TEST(Lines, DoWhatIsWrittenUnderThem) {
   const auto open_files = [] {
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
   };
-  const auto before = open_files();
-  int files = 0;
-  for (const auto& file : fs::directory_iterator(SAMPLE_LINES)) {
-    checkFile(file.path());
-    ++files;
-  }
-  EXPECT_GT(files, 0);
-  EXPECT_EQ(open_files(), before) << "every file is closed again";
+  const auto check_all = [] {
+    for (const auto& file : fs::directory_iterator(SAMPLE_LINES)) checkFile(file.path());
+  };
+  check_all();
+  const auto texts = liveTexts(), files = open_files();
+  check_all();
+  EXPECT_EQ(liveTexts(), texts) << "every text is released again";
+  EXPECT_EQ(open_files(), files) << "every file is closed again";
 }
 
 // A crash or a half-written line may end a line anywhere.
 TEST(Lines, CutAnywhereAdmitNobodyElse) {
   const FakeTime clock(midday(2026, 11, 21));
-  const auto hostsOf = [](const std::string& line) {
+  const auto hosts_of = [](const std::string& line) {
     for (ConfigFile* table : {&host_list, &process_ips}) table->empty();
     parseLine(line.c_str());
     return entriesOf(host_list);
   };
+  int lines = 0;
   for (const auto& file : fs::directory_iterator(SAMPLE_LINES))
     for (const std::string& text : linesOf(contentOf(file.path()))) {
       const std::string line = "Nov 21 12:00:00 mail " + expanded(text);
-      const Table whole = hostsOf(line);
+      const Table whole = hosts_of(line);
       for (size_t length = 0; length < line.size(); ++length)
-        for (const auto& host : hostsOf(line.substr(0, length)))
-          EXPECT_EQ(whole.count(host.first), 1u) << line << ": " << length;
+        for (const auto& host : hosts_of(line.substr(0, length)))
+          EXPECT_TRUE(whole.contains(host.first)) << host.first << ": " << line.substr(0, length);
+      ++lines;
     }
+  EXPECT_GT(lines, 0);
 }

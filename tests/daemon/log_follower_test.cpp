@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <string>
 
 #include "daemon/state.h"
 #include "support/cv_string.h"
@@ -30,7 +29,7 @@ class LogFollower : public testing::Test {
     process_ips.empty();
     updateHosts();
     std::string found;
-    for (long long i = 0; i < process_ips.param; ++i) found += process_ips.getNameAt(i);
+    for (const auto& process : entriesOf(process_ips)) found += process.first;
     return found;
   }
 };
@@ -57,6 +56,8 @@ TEST_F(LogFollower, ALogThatCannotBeOpenedEndsTheScan) {
   updateHosts();
   EXPECT_EQ(newActivity(), std::vector<std::string>{"Unable to open /var/log/followed for reading\t"
                                                     ": No such file or directory"});
-  EXPECT_TRUE(contentOf(kHostFile) == "untouched" && last_login.param == 0 && last_pos == 7);
+  EXPECT_EQ(contentOf(kHostFile), "untouched");
+  EXPECT_EQ(last_login.param, 0);
+  EXPECT_EQ(last_pos, 7);
   parseLogFrom(0);  // not open: nothing
 }
