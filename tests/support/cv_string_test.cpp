@@ -1,66 +1,128 @@
-// Texts and the growable String. The orders of texts are a target in fuzz/.
+// Texts, the orders of texts, and the growable String.
 #include "support/cv_string.h"
-#include "support/text_helpers.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <string>
+
+#include "support/text_helpers.h"
+#include "test_files.h"
 
 namespace {
 
 // What a call made, as a text to compare.
-const auto made = [](char* adopted) { return std::string(printable(OwnedText(adopted).get())); };
-
-TEST(Strings, TextsAreMadeInFull) {
-  char *s = newString("text"), *t = newString("");
-  EXPECT_EQ(made(newString(static_cast<const char*>(nullptr))) + made(newString(nullptr, -1)), "");
-  EXPECT_EQ(made(newString("abc", 2)) + made(newString("abc", 9)), "ababc");
-  EXPECT_EQ(made(newString(4, nullptr, "a", nullptr, "bc")) + made(newString(0, "e")), "abc");
-  EXPECT_EQ(made(newStringf("%s-%0500d", "x", 7)), "x-" + std::string(499, '0') + "7");
-  addResult(&s, "more");
-  EXPECT_STREQ(s, "textmore<br>\n");
-  EXPECT_TRUE(growBuffer(5, s) == 5 && newBuffer(4, s) == 8);
-  EXPECT_EQ(std::string(s, 9), std::string("textm\0\0\0\0", 9)) << "the rest is zero";
-  delString(s, t);
+std::string made(char* adopted) {
+  return printable(OwnedText(adopted).get());
 }
 
-// At the edges that lines of a log and the orders of texts do not come to.
-TEST(Strings, CutsNumbersAndSearchesKeepToTheirEdges) {
-  const auto until = [](auto s, int n, int p) { return made(newStringUntil(s, ')', n, p)) + "|"; };
-  EXPECT_EQ(until("abc)", 3, 0) + until("abcd)", 3, 0) + until("abcd)", 3, 1), "abc|(null)|abc|");
-  EXPECT_EQ(until("abc", 9, 0) + until("abc", 9, 1) + until("", 9, 1), "(null)|abc||");
-  EXPECT_EQ(until(")", 0, 0) + until(nullptr, 9, 1), "|(null)|");
-  long long number = 1;
-  for (const char* none : {"x", "-", "", static_cast<const char*>(nullptr)})
-    EXPECT_TRUE(!setSignedLongLong(none, number) && number == 1) << printable(none);
-  EXPECT_TRUE(setSignedLongLong("-9223372036854775809", number) && number == LLONG_MIN);
-  const char* s = "abcABC";
-  EXPECT_TRUE(findString(s, "BC", 0) - s == 1 && findString(s, "CX", 0) - s == 6);
-  EXPECT_TRUE(findString(s, "", 1) == s && !behindChar(s, 'c', 2) && !trim(nullptr));
-}
+const char* const kNone = nullptr;
 
-TEST(Strings, AStringGrowsToTwiceWhatItNeeds) {
-  String string;
-  string.set("%031d", 1);
-  EXPECT_EQ(string.capacity, 32U);
-  string.set("%032d", 1);
-  EXPECT_EQ(string.capacity, 66U);
-  string.expand_buff(50, 2);
-  EXPECT_EQ(string(), std::string(31, '0') + "1");
-  String copy(&string, 1), taken(&string, 0), formatted("%d%%", 5), adopted(0, newString("x"));
-  EXPECT_TRUE(copy.cmp(taken, true) == 0 && copy.capacity == 100 && taken.capacity == 100);
-  EXPECT_TRUE(!string() && string.length == 0 && string.capacity == 0) << "taken over";
-  copy.set_raw(string, 0);
-  EXPECT_EQ(copy.length, 32U) << "nothing to take";
-  adopted.set_raw(formatted, 1);
-  EXPECT_EQ(adopted.capacity, 6U) << "two characters do not fit into two";
-  formatted.set_raw(copy, 1);
-  EXPECT_TRUE(formatted.capacity == 66 && formatted.cmp(copy(), true) == 0);
-  string.set("%s", "again");
-  EXPECT_TRUE(string.cmp("AGAIN", false) == 0 && string.cmp("AGAIN", true) == 1);
-  string.empty();
-  EXPECT_STREQ(string(), "");
+// Each text comes before all that follow it.
+void climb(int (*compare)(const char*, const char*), const std::vector<const char*>& ladder) {
+  for (size_t i = 0; i < ladder.size(); ++i)
+    for (size_t k = 0; k < ladder.size(); ++k) {
+      const int got = compare(ladder[i], ladder[k]);
+      EXPECT_EQ(i < k ? -1 : i > k, (got > 0) - (got < 0))
+          << printable(ladder[i]) << " beside " << printable(ladder[k]);
+    }
 }
 
 }  // namespace
+
+TEST(Orders, PutTextsOnLadders) {
+  climb(strcomp, {"\x80", "\xff", "0", "A", "a", "a0", "ab", "b", "", kNone});
+  climb(strcasecomp, {"", "a", "B", "c", kNone});
+  climb(strlencomp, {"b", "ab", "aaa", "", kNone});
+  climb(intcomp, {kNone, "", "-9223372036854775808", "-5", "x", "7", "10", "9223372036854775808"});
+  climb(longlongcomp, {kNone, "", "-5", "0", "7x", "10"});
+  climb(ipcomp, {"x", "0.0.0.9", "0.0.0.10", "0.0.1", "0.2", "1", "1.2.3.4:5", "2147483646",
+                 "99999999999", "", kNone});
+  climb(ipv6comp, {"0:0:0:0:0:0:0:9", "0:0:0:0:0:0:0:a", "0:0:0:0:0:0:0:F", "0:0:0:0:0:0:1:0",
+                   "1:0:0:0:0:0:0:0", "ffff:0:0:0:0:0:0:0", "", kNone});
+  EXPECT_EQ(strcasecomp("b", "B"), 0);
+  EXPECT_EQ(strlencomp("a", "b"), 0);
+  EXPECT_EQ(ipcomp("1.2.3.4", "1.2.3.4.5"), 0);
+  EXPECT_EQ(ipv6comp("9:0:0:0:0:0:0:0", "10.0.0.0"), -1) << "as IPv4 if one is no IPv6 address";
+  EXPECT_EQ(ipv6comp("0:0:0:0:0:0:0:g", "0:0:0:0:0:0:0:1"), 0) << "no hexadecimal digit: as IPv4";
+  for (const char* number : {"y", "0", "-5"})
+    EXPECT_EQ(longlongcomp("x", number), -1) << "no number comes first, beside " << number;
+  EXPECT_EQ(longlongcomp("-5", "x"), 1);
+}
+
+TEST(Strings, TextsAreMadeInFullAndReleased) {
+  const long before = liveTexts();
+  EXPECT_EQ(made(newString(kNone)), "");
+  EXPECT_EQ(made(newString(nullptr, -1)), "");
+  EXPECT_EQ(made(newString("abc", 2)), "ab");
+  EXPECT_EQ(made(newString("abc", 9)), "abc");
+  EXPECT_EQ(made(newString(4, nullptr, "a", nullptr, "bc")), "abc");
+  EXPECT_EQ(made(newString(0, "e")), "");
+  EXPECT_EQ(made(newStringf("x-%0500d", 7)), "x-" + std::string(499, '0') + "7");
+  EXPECT_EQ(made(copyWherePresent(nullptr)), "(null)");
+  char *s = newString("text"), *t = newString("");
+  addResult(&s, "more");
+  EXPECT_STREQ(s, "textmore<br>\n");
+  EXPECT_EQ(growBuffer(5, s), 5);
+  EXPECT_EQ(newBuffer(4, s), 8);
+  EXPECT_EQ(std::string(s, 9), std::string("textm\0\0\0\0", 9)) << "the rest is zero";
+  delString(s, t);
+  EXPECT_EQ(s, nullptr);
+  EXPECT_EQ(liveTexts(), before);
+}
+
+TEST(Strings, CutsKeepToTheirEdges) {
+  EXPECT_EQ(made(newStringUntil("abc)", ')', 3, 0)), "abc");
+  EXPECT_EQ(made(newStringUntil("abcd)", ')', 3, 0)), "(null)");
+  EXPECT_EQ(made(newStringUntil("abcd)", ')', 3, 1)), "abc");
+  EXPECT_EQ(made(newStringUntil("abc", ')', 9, 0)), "(null)");
+  EXPECT_EQ(made(newStringUntil("abc", ')', 9, 1)), "abc");
+  EXPECT_EQ(made(newStringUntil(nullptr, ')', 9, 1)), "(null)");
+  EXPECT_STREQ(findString("abcABC", "BC", 0), "bcABC");
+  EXPECT_STREQ(findString("abcABC", "BC", 1), "BC");
+  EXPECT_STREQ(findString("abcABC", "CX", 0), "");
+  EXPECT_EQ(behindChar("abcABC", 'c', 2), nullptr);
+  EXPECT_STREQ(trim(" \t\r\nx "), "x ");
+}
+
+TEST(Strings, NumbersAreReadOrLeftAlone) {
+  const std::pair<const char*, long long> rows[] = {
+      {"x", 1},    {"-", 1},
+      {"", 1},     {nullptr, 1},
+      {" +7", 7},  {"-9223372036854775809", LLONG_MIN},
+      {"-5x", -5}, {"1234567890123456789", 1234567890123456789}};
+  for (const auto& [text, want] : rows) {
+    long long number = 1;
+    EXPECT_EQ(setSignedLongLong(text, number), want != 1) << printable(text);
+    EXPECT_EQ(number, want) << printable(text);
+  }
+}
+
+TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
+  const long before = liveTexts();
+  {
+    String string;
+    string.set("%031d", 1);
+    EXPECT_EQ(string.capacity, 32U);
+    string.set("%032d", 1);
+    EXPECT_EQ(string.capacity, 66U);
+    String copy(&string, 1), taken(&string, 0), formatted("%d%%", 5), adopted(0, newString("x"));
+    EXPECT_EQ(copy.cmp(taken, true), 0);
+    EXPECT_EQ(copy.capacity, 66U);
+    EXPECT_EQ(string(), nullptr) << "taken over";
+    EXPECT_EQ(string.length + string.capacity, 0U);
+    copy.set_raw(string, 0);
+    EXPECT_EQ(copy.length, 32U) << "nothing to take";
+    adopted.set_raw(formatted, 1);
+    EXPECT_EQ(adopted.capacity, 6U) << "two characters do not fit into two";
+    EXPECT_STREQ(adopted(), "5%");
+    adopted.init("more than thirty-two characters, so");
+    EXPECT_EQ(adopted.capacity, 36U);
+    string.set("%s", "again");
+    EXPECT_EQ(string.cmp("AGAIN", false), 0);
+    EXPECT_EQ(string.cmp("AGAIN", true), 1);
+    string.empty();
+    EXPECT_STREQ(string(), "");
+    EXPECT_EQ(string.length, 0U);
+  }
+  EXPECT_EQ(liveTexts(), before);
+}
