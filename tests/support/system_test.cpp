@@ -8,7 +8,6 @@
 #include <set>
 
 #include "support/config.h"
-#include "support/logging.h"
 #include "support/text_helpers.h"
 #include "test_files.h"
 
@@ -16,84 +15,73 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string kFolder = "/run/owners", kFile = kFolder + "/file", kEnd = "<br>\n";
+const std::string kFolder = "/run/owners", kFile = kFolder + "/file", kLink = kFolder + "/link";
+const std::string kMissing =
+    "A component of the path file_name does not exist, or the path is an empty string.<br>\n";
 
 class System : public testing::Test {
  protected:
-  System() {
-    fs::remove_all(kFolder);
-    fs::create_directory(kFolder);
-    write(kFile, "content");
-  }
-
   void SetUp() override {
+    fs::remove_all(kFolder);
+    fs::create_directories(kFolder + "/folder/below");
+    fs::create_symlink("nowhere", kLink);
+    write(kFile, "content");
     if (lchown(kFile.c_str(), 7, 8) != 0) GTEST_SKIP() << "nothing can be given away here";
   }
 
   static std::string ownerOf(const std::string& path) {
-    struct stat status;
-    if (lstat(path.c_str(), &status) != 0) return "none";
+    struct stat status = {};
+    lstat(path.c_str(), &status);
     return std::to_string(status.st_uid) + ":" + std::to_string(status.st_gid);
   }
 
-  static std::string data(const std::string& path, int cached, bool proc,
-                          Config* limits = nullptr) {
-    const char* name = path.c_str();
-    return printable(OwnedText(getDataFromFile(nullptr, limits, name, cached, proc)).get());
+  static std::string data(const char* path, int cached, bool proc, Config* limits = nullptr) {
+    return printable(OwnedText(getDataFromFile(nullptr, limits, path, cached, proc)).get());
   }
+
+  static std::string printed() { return testing::internal::GetCapturedStdout(); }
 };
 
 }  // namespace
 
 TEST_F(System, APathThatDoesNotExistIsExplainedAndRemembered) {
-  const std::string missing =
-      "A component of the path file_name does not exist, or the path is an "
-      "empty string." +
-      kEnd;
-  fs::create_symlink("loop", kFolder + "/loop");
   const std::pair<std::string, std::string> rows[] = {
       {kFile, ""},
-      {"/run/absent", missing},
-      {"", "Path is empty or null" + kEnd},
-      {kFile + "/x", "A component of the path is not a directory." + kEnd},
-      {std::string(5000, 'x'), "File name too long." + kEnd},
-      {kFolder + "/loop",
-       "Too many symbolic links encountered while  traversing the path." + kEnd}};
+      {"", "Path is empty or null<br>\n"},
+      {kFile + "/x", "A component of the path is not a directory.<br>\n"},
+      {std::string(5000, 'x'), "File name too long.<br>\n"},
+      {kLink, kMissing}};
   for (const auto& [path, reason] : rows) {
     EXPECT_EQ(pathExists(path.c_str(), 0, true, true), reason.empty()) << path;
     EXPECT_EQ(system_res, reason) << path;
   }
   EXPECT_EQ(pathExists("/run/comes", 1, false, true), 0);
-  EXPECT_EQ(system_res, rows[5].second + missing) << "kept and appended to";
+  EXPECT_EQ(system_res, kMissing + kMissing) << "kept and appended to";
   EXPECT_EQ(pathExists(kFile.c_str(), 1, true, false), 1);
   fs::rename(kFile, "/run/comes");
   EXPECT_EQ(pathExists("/run/comes", 1, true, false), 0) << "still missing";
   EXPECT_EQ(pathExists(kFile.c_str(), 1, true, false), 1) << "still there";
-  EXPECT_STREQ(system_res, "");
 }
 
 TEST_F(System, FilesAreReadWholeWithinLimitsAndCachedByMode) {
+  const char* const file = kFile.c_str();
   EXPECT_EQ(data("", 0, false), "(null)");
   EXPECT_EQ(data("/run/absent", 0, false), "(null)");
-  EXPECT_STREQ(system_res, ("A component of the path file_name does not exist, or the path is an "
-                            "empty string." +
-                            kEnd)
-                               .c_str());
-  EXPECT_EQ(data("/run", 0, false), "") << "a directory";
+  EXPECT_EQ(system_res, kMissing);
   Config limits{7};
-  EXPECT_EQ(data(kFile, 1, false, &limits), "content") << "as large as allowed";
+  EXPECT_EQ(data(file, 1, false, &limits), "content") << "as large as allowed";
   write(kFile, "changed!");
   testing::internal::CaptureStdout();
-  EXPECT_EQ(data(kFile, 0, false, &limits), "(null)");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "getDataFromFile(conf, '/run/owners/file', save_in_cache=0): file size (8) > "
-            "max_read_to_memory_size (7)\n");
-  EXPECT_EQ(data(kFile, 0, false), "changed!") << "uncached";
-  EXPECT_EQ(data(kFile, 1, false), "content") << "cached";
-  char* kept = getDataFromFile(nullptr, nullptr, kFile.c_str(), 2, false);
-  EXPECT_EQ(kept, getDataFromFile(nullptr, nullptr, kFile.c_str(), 2, false)) << "the cache's own";
-  EXPECT_EQ(data(kFile, 3, false), "changed!") << "any other mode reads, and caches";
-  EXPECT_EQ(data(kFile, 1, false), "changed!");
+  EXPECT_EQ(data(file, 0, false, &limits), "(null)") << "too large";
+  EXPECT_EQ(printed(),
+            "getDataFromFile(conf, '/run/owners/file', save_in_cache=0): file size (8) "
+            "> max_read_to_memory_size (7)\n");
+  EXPECT_EQ(data(file, 0, false), "changed!") << "uncached";
+  EXPECT_EQ(data(file, 1, false), "content") << "cached";
+  char* kept = getDataFromFile(nullptr, nullptr, file, 2, false);
+  EXPECT_EQ(kept, getDataFromFile(nullptr, nullptr, file, 2, false)) << "the cache's own";
+  EXPECT_EQ(data(file, 3, false), "changed!") << "any other mode reads, and caches";
+  EXPECT_EQ(data(file, 1, false), "changed!");
   EXPECT_EQ(data("/proc/self/cmdline", 0, true).back(), '\n') << "the end of the last argument";
   EXPECT_EQ(data("/proc/self/cmdline", 0, false), "") << "a file of size 0";
 }
@@ -108,10 +96,10 @@ TEST_F(System, AFolderIsMadeWithItsModeAndOwnerOrTheReasonIsTold) {
   EXPECT_EQ(ownerOf(folder), "1:1") << "yet given its owner";
   EXPECT_EQ(createDir(nullptr, below.c_str(), nullptr, 0700, false), 0);
   EXPECT_EQ(errno, ENOTDIR);
-  EXPECT_EQ(system_res, "mkdir(" + folder + ") error: File exists" + kEnd + "mkdir(" + below +
-                            ") error: Not a directory" + kEnd);
+  EXPECT_EQ(system_res, "mkdir(" + folder + ") error: File exists<br>\nmkdir(" + below +
+                            ") error: Not a directory<br>\n");
   EXPECT_EQ(createDir(nullptr, "", nullptr, 0700, true), 0);
-  EXPECT_EQ(system_res, "<b>the path was null or empty</b>" + kEnd);
+  EXPECT_STREQ(system_res, "<b>the path was null or empty</b><br>\n");
 }
 
 TEST_F(System, AnEntryIsGivenAwayOnlyAsItMayBe) {
@@ -120,48 +108,41 @@ TEST_F(System, AnEntryIsGivenAwayOnlyAsItMayBe) {
     int uid, gid, refuse_hard_links, required_uid, required_gid, result;
     const char* owner;
   };
-  // The file is 7:8 and has a second name, all else root's.
-  const Row rows[] = {{"folder", -1, -1, 1, 5, 5, 1, "0:0"},  // nothing to do
-                      {"folder", 0, 0, 1, 5, 5, 1, "0:0"},    {"folder", 7, 8, 1, 5, -1, 0, "0:0"},
-                      {"folder", 7, 8, 1, -1, 5, 0, "0:0"},   {"folder", 7, -1, 1, 0, 0, 1, "7:0"},
-                      {"folder", -1, 8, 1, 7, -1, 1, "7:8"},  {"link", 5, 6, 1, -1, -1, 1, "5:6"},
-                      {"file", 5, 6, 1, -1, -1, 0, "7:8"},    {"file", 5, 6, 0, -1, -1, 1, "5:6"},
-                      {"absent", 5, 6, 0, -1, -1, 0, "none"}, {"", 5, 6, 0, -1, -1, 0, "0:0"}};
+  const Row rows[] = {{"folder", 7, 8, 1, 5, -1, 0, "0:0"}, {"folder", 7, 8, 1, -1, 5, 0, "0:0"},
+                      {"folder", 7, -1, 1, 0, 0, 1, "7:0"}, {"folder", -1, 8, 1, 7, -1, 1, "7:8"},
+                      {"folder", 7, 8, 1, 5, 5, 1, "7:8"},  {"link", 5, 6, 1, -1, -1, 1, "5:6"},
+                      {"file", 5, 6, 1, -1, -1, 0, "7:8"},  {"file", 5, 6, 0, -1, -1, 1, "5:6"},
+                      {"absent", 5, 6, 0, -1, -1, 0, "0:0"}};
   for (const bool secure : {false, true}) {
-    fs::remove_all(kFolder);
-    fs::create_directories(kFolder + "/folder/below");
-    write(kFile, "content");
-    ASSERT_EQ(lchown(kFile.c_str(), 7, 8), 0);
-    fs::create_symlink("nowhere", kFolder + "/link");
-    fs::create_hard_link(kFile, kFolder + "/second");
+    if (secure) SetUp();
     testing::internal::CaptureStdout();
+    fs::create_hard_link(kFile, kFolder + "/second");
     for (const Row& row : rows) {
-      const std::string path = *row.name ? kFolder + "/" + row.name : "";
+      const std::string path = kFolder + "/" + row.name;
       EXPECT_EQ(setOwner(nullptr, path.c_str(), row.uid, row.gid, row.refuse_hard_links, secure,
                          row.required_uid, row.required_gid),
                 row.result)
           << row.name << " to " << row.uid << ":" << row.gid << (secure ? ", secure" : "");
-      EXPECT_EQ(ownerOf(*row.name ? path : kFolder), row.owner) << row.name;
+      EXPECT_EQ(ownerOf(path), row.owner) << row.name;
     }
-    const std::string link = "HardLink found on " + kFile +
-                             " (2 links).  Was attempting to be reset to owner UID(5) GID(6)\n";
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), link + link);
+    const std::string message = "HardLink found on " + kFile +
+                                " (2 links).  Was attempting to be reset to owner UID(5) GID(6)\n";
+    EXPECT_EQ(printed(), message + message);
     EXPECT_EQ(std::distance(fs::directory_iterator(kFolder), {}), 4) << "no stray file";
   }
 }
 
 TEST_F(System, TheSecureWayPutsBackWhatItMayNotChange) {
-  const std::string link = kFolder + "/link";
-  fs::create_symlink(kFile, link);
+  fs::remove(kLink);
+  fs::create_symlink(kFile, kLink);
   // The link is root's, what it leads to isn't: seen when the owner is looked at again.
   testing::internal::CaptureStdout();
-  EXPECT_EQ(setOwner(nullptr, link.c_str(), 5, 6, 0, true, 0, -1), 0);
-  EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with(
-      "): owner of file is not uid=0 or gid=-1 AFTER the rename, so will not chown.\n"));
-  EXPECT_EQ(ownerOf(link), "0:0");
+  EXPECT_EQ(setOwner(nullptr, kLink.c_str(), 5, 6, 0, true, 0, -1), 0);
+  EXPECT_EQ(ownerOf(kLink), "0:0");
+  EXPECT_TRUE(printed().ends_with("uid=0 or gid=-1 AFTER the rename, so will not chown.\n"));
 }
 
-TEST_F(System, WhoIsNotRootIsToldSo) {
+TEST_F(System, WhoIsNotRootIsRefused) {
   const std::string own = kFolder + "/own", unreadable = own + "/unreadable";
   fs::create_directory(own);
   ASSERT_EQ(chown(own.c_str(), 65534, 65534), 0);
@@ -169,9 +150,9 @@ TEST_F(System, WhoIsNotRootIsToldSo) {
   EXPECT_EQ(createDir(nullptr, unreadable.c_str(), nullptr, 0333, true), 1);
   EXPECT_EQ(static_cast<unsigned>(fs::status(unreadable).permissions()), 0333U);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(setOwner(nullptr, kFile.c_str(), 65534, -1, 1, false, -1, -1), 0);
-  EXPECT_EQ(setOwner(nullptr, kFile.c_str(), 65534, -1, 1, true, -1, -1), 0);
-  EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with(": Permission denied\n"));
+  for (const bool secure : {false, true})
+    EXPECT_EQ(setOwner(nullptr, kFile.c_str(), 65534, -1, 1, secure, -1, -1), 0) << secure;
+  EXPECT_TRUE(printed().ends_with(": Permission denied\n"));
   EXPECT_EQ(geteuid(), 65534U) << "an error message leaves the identity as it was";
   EXPECT_EQ(setRootPriv(), 1);
 }
@@ -181,43 +162,35 @@ TEST_F(System, NamesStandForIdsAndIdentities) {
   EXPECT_EQ(isOwner(nullptr, file, 7, 8), 1);
   EXPECT_EQ(isOwner(nullptr, file, 7, 9), 0);
   EXPECT_EQ(isOwner(nullptr, file, 6, -1U), 0);
-  EXPECT_EQ(isOwner(nullptr, file, -1U, 8), 1);
   EXPECT_EQ(isOwner(nullptr, file, -1U, -1U), 0);
   EXPECT_EQ(setOwner(nullptr, file, "root", "mail", 1, false, "nosuch", nullptr), 0);
-  EXPECT_EQ(setOwner(nullptr, file, "root", "mail", 1, false, nullptr, "nosuch"), 0);
   EXPECT_EQ(setOwner(nullptr, file, "nosuch", "mail", 1, false, nullptr, "mail"), 1);
   EXPECT_EQ(ownerOf(kFile), "9999:8") << "unknown names are applied as 9999";
   EXPECT_EQ(setOwner(nullptr, file, "nosuch", 1, false), 0);
   EXPECT_EQ(setOwner(nullptr, file, "games", 1, false), 1);
   EXPECT_EQ(ownerOf(kFile), "5:60");
-  EXPECT_EQ(getUID("root"), 0);
   EXPECT_EQ(getGID("root", 0), 0);
-  EXPECT_EQ(getGID("games", 0), 60);
-  EXPECT_EQ(getGID("nosuch", 0), 9999);
   EXPECT_EQ(getGID("nosuch", 1), 9999);
   EXPECT_EQ(setUserPriv(nullptr, "games", 0), 1);
   EXPECT_EQ(geteuid(), 5U);
   EXPECT_EQ(getegid(), 60U);
   testing::internal::CaptureStdout();
   EXPECT_EQ(setUserPriv(nullptr, "nosuch", 1), 0);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Sys:setUserPriv(nosuch):uid==9999\n\n");
   EXPECT_EQ(geteuid(), 0U) << "an unknown user is root";
   EXPECT_EQ(getegid(), 0U);
+  EXPECT_EQ(printed(), "Sys:setUserPriv(nosuch):uid==9999\n\n");
 }
 
 TEST_F(System, RandomNamesKeepToTheirAlphabetsAndUseAllOfThem) {
-  std::set<char> plain, special;
-  for (int i = 0; i < 20000; ++i) {
-    plain.insert(getRandChar(false));
-    special.insert(getRandChar(true));
+  std::string plain, special;
+  for (char c = '!'; c <= '~'; ++c) {
+    if (isalnum(c)) plain += c;
+    if (c != '/' && c != '\\') special += c;
   }
-  EXPECT_EQ(std::string(plain.begin(), plain.end()),
-            "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
-  EXPECT_EQ(special.size(), 92U);
-  EXPECT_EQ(*special.begin(), '!');
-  EXPECT_EQ(*special.rbegin(), '~');
-  EXPECT_FALSE(special.contains('/'));
-  EXPECT_FALSE(special.contains('\\'));
+  std::set<char> seen[2];
+  for (int i = 0; i < 40000; ++i) seen[i % 2].insert(getRandChar(i % 2));
+  EXPECT_EQ(std::string(seen[0].begin(), seen[0].end()), plain);
+  EXPECT_EQ(std::string(seen[1].begin(), seen[1].end()), special);
   const std::string name = OwnedText(get_random_temp_file(nullptr, kFile.c_str())).get();
   EXPECT_EQ(name.substr(0, kFile.size() + 1), kFile + ".");
   EXPECT_EQ(name.size(), kFile.size() + 9);
