@@ -20,18 +20,21 @@ const char* const kNone = nullptr;
 // Each text comes before all that follow it.
 void climb(int (*compare)(const char*, const char*), const std::vector<const char*>& ladder) {
   for (size_t i = 0; i < ladder.size(); ++i)
-    for (size_t k = 0; k < ladder.size(); ++k) {
-      const int got = compare(ladder[i], ladder[k]);
-      EXPECT_EQ(i < k ? -1 : i > k, (got > 0) - (got < 0))
+    for (size_t k = 0; k < ladder.size(); ++k)
+      EXPECT_EQ(compare(ladder[i], ladder[k]), i < k ? -1 : i > k)
           << printable(ladder[i]) << " beside " << printable(ladder[k]);
-    }
+}
+
+int signOfStrcasecomp(const char* a, const char* b) {
+  const int order = strcasecomp(a, b);
+  return (order > 0) - (order < 0);
 }
 
 }  // namespace
 
 TEST(Orders, PutTextsOnLadders) {
   climb(strcomp, {"\x80", "\xff", "0", "A", "a", "a0", "ab", "b", "", kNone});
-  climb(strcasecomp, {"", "a", "B", "c", kNone});
+  climb(signOfStrcasecomp, {"", "a", "B", "c", kNone});
   climb(strlencomp, {"b", "ab", "aaa", "", kNone});
   climb(intcomp, {kNone, "", "-9223372036854775808", "-5", "x", "7", "10", "9223372036854775808"});
   climb(longlongcomp, {kNone, "", "-5", "0", "7x", "10"});
