@@ -32,12 +32,10 @@ Table takeEffects() {
     for (const auto& [name, value] : entriesOf(*table)) effects[kind + name] = value;
     table->empty();
   }
-  for (const char* root : {kDomains, kPanelUsers})
-    for (const auto& entry : fs::recursive_directory_iterator(root))
-      if (entry.is_regular_file()) {
-        effects[entry.path()] = contentOf(entry.path());
-        fs::remove(entry);
-      }
+  for (const auto& [path, content] : recordsWritten()) {
+    effects[path] = content;
+    fs::remove(path);
+  }
   for (const std::string& message : newActivity()) effects["says " + message] += "once ";
   return effects;
 }

@@ -1,6 +1,7 @@
 // Reading what the code under test has left behind.
 #pragma once
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -33,6 +34,15 @@ inline std::vector<std::string> linesOf(const std::string& content) {
   std::vector<std::string> lines;
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
+}
+
+// All files in the folders of records, by their paths.
+inline Table recordsWritten() {
+  Table files;
+  for (const char* folder : {kDomains, kPanelUsers})
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+      if (entry.is_regular_file()) files[entry.path()] = contentOf(entry.path());
+  return files;
 }
 
 // The messages in the activity log, without their stamps, since the last call.

@@ -20,14 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Table filesWritten() {
-  Table files;
-  for (const char* folder : {kDomains, kPanelUsers})
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-      if (entry.is_regular_file()) files[entry.path()] = contentOf(entry.path());
-  return files;
-}
-
 // One block of a file: its settings, and what its lines have left behind so far.
 class Block {
  public:
@@ -47,7 +39,7 @@ class Block {
   }
   void prepare(const std::string& command) {
     EXPECT_EQ(std::system(command.c_str()), 0) << command;
-    files_ = filesWritten();
+    files_ = recordsWritten();
   }
 
   void set(const std::string& setting) {
@@ -89,7 +81,7 @@ class Block {
       if (!before || before.mapped() != text) effects += "  process " + pid + " " + text + "\n";
     }
     for (const auto& entry : processes) effects += "  forget " + entry.first + "\n";
-    for (const auto& [path, content] : filesWritten()) {
+    for (const auto& [path, content] : recordsWritten()) {
       const std::string old = std::exchange(files_[path], content);
       if (content == old) continue;
       effects += "  " + path + " " + content.substr(content.starts_with(old) ? old.size() : 0);

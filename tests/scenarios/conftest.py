@@ -29,9 +29,8 @@ class Machine:
             [PROJECT / "scripts/in-private-namespace", *holder],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         if self.holder.stdout.readline() != "ready\n":
-            if self.holder.wait() == 77:
-                pytest.skip("no private namespace to be had")
-            pytest.fail("the private namespace could not be made")
+            no_namespace = self.holder.wait() == 77
+            (pytest.skip if no_namespace else pytest.fail)("no private namespace to be had")
         self.first_process = self.children(self.holder.pid)[0]
         self.root = Path(f"/proc/{self.first_process}/root")
         self.directory = directory

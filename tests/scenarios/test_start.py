@@ -6,12 +6,13 @@ import re
 import pytest
 from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, USERS, login
 
-USAGE = ("Usage: {program} <option>\n"
-         "options (optional):\n"
-         "\ts: run in standalone mode, used for debugging, to see whats going on.\n"
-         "\tt <num>: set the timeout, where <num> is a number, in minutes. Default: {minutes}\n"
-         "\tf <file>: file to parse (default: {log})\n"
-         "\t?: help, this screen\n")
+USAGE = """Usage: {program} <option>
+options (optional):
+\ts: run in standalone mode, used for debugging, to see whats going on.
+\tt <num>: set the timeout, where <num> is a number, in minutes. Default: {minutes}
+\tf <file>: file to parse (default: {log})
+\t?: help, this screen
+"""
 
 
 @pytest.mark.parametrize("arguments, minutes", [
