@@ -57,9 +57,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       const FakeTime clock(now);
       const std::string line = input.line();
       const long want = plainTime(line, now, 5), got = getTimeFromString(line.c_str());
-      CHECK(got == want || got == plainTime(line, now, -5),
-            std::string(getenv("TZ")) + (within_scan ? ", scanning, at " : ", at ") +
-                std::to_string(now) + ": " + line + ": " + std::to_string(got));
+      CHECK(
+          got == want || got == plainTime(line, now, -5),
+          std::to_string(got) + " at " + std::to_string(now) + " in " + getenv("TZ") + ": " + line);
     }
   }
   return 0;
