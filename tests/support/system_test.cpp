@@ -170,7 +170,11 @@ TEST_F(System, NamesStandForIdsAndIdentities) {
   EXPECT_EQ(setOwner(nullptr, file, "games", 1, false), 1);
   EXPECT_EQ(ownerOf(kFile), "5:60");
   EXPECT_EQ(getGID("root", 0), 0);
-  EXPECT_EQ(getGID("nosuch", 1), 9999);
+  for (const char* name : {"", "nosuch", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(getUID(name), 9999) << printable(name);
+    EXPECT_EQ(getGID(name, 0), 9999) << printable(name);
+    EXPECT_EQ(getGID(name, 1), 9999) << printable(name);
+  }
   EXPECT_EQ(setUserPriv(nullptr, "games", 0), 1);
   EXPECT_EQ(geteuid(), 5U);
   EXPECT_EQ(getegid(), 60U);
