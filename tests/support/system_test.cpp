@@ -143,9 +143,8 @@ TEST_F(System, TheSecureWayPutsBackWhatItMayNotChange) {
 }
 
 TEST_F(System, WhoIsNotRootIsRefused) {
-  const std::string own = kFolder + "/own", unreadable = own + "/unreadable";
-  fs::create_directory(own);
-  ASSERT_EQ(chown(own.c_str(), 65534, 65534), 0);
+  const std::string unreadable = kFolder + "/folder/unreadable";
+  ASSERT_EQ(chown((kFolder + "/folder").c_str(), 65534, 65534), 0);
   ASSERT_EQ(seteuid(65534), 0);
   EXPECT_EQ(createDir(nullptr, unreadable.c_str(), nullptr, 0333, true), 1);
   EXPECT_EQ(static_cast<unsigned>(fs::status(unreadable).permissions()), 0333U);
