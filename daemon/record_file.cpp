@@ -19,21 +19,6 @@ bool leavesItsFolder(std::string_view part) {
   return part == "." || part == ".." || part.find('/') != part.npos;
 }
 
-std::string escaped(std::string_view text) {
-  std::string shown;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= ' ' && byte < 0x7f && byte != '\\' && byte != '\'') {
-      shown += c;
-      continue;
-    }
-    char code[8];
-    snprintf(code, sizeof code, "\\x%02x", byte);
-    shown += code;
-  }
-  return shown;
-}
-
 int openRecord(const char* path, int flags) {
   // Whoever may write in the folder could otherwise have root overwrite any file by a link, or
   // stand still at a pipe.
@@ -67,7 +52,7 @@ char* LoginName::newPath(std::string_view below, std::string_view file) const {
 
 bool refuseName(const char* caller, const LoginName& name) {
   if (!leavesItsFolder(name.local) && !(name.domain && leavesItsFolder(name.domain))) return false;
-  log("%s: refused '%s': as a path it would leave its folder", caller, escaped(name.whole).c_str());
+  log("%s: refused '%s': as a path it would leave its folder", caller, escaped(name.whole, "\\'").c_str());
   return true;
 }
 

@@ -49,6 +49,21 @@ const char* printable(const char* s) {
   return s ? s : "(null)";
 }
 
+std::string escaped(std::string_view text, std::string_view also) {
+  std::string shown;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= ' ' && byte < 0x7f && also.find(c) == also.npos) {
+      shown += c;
+      continue;
+    }
+    char code[8];
+    snprintf(code, sizeof code, "\\x%02x", byte);
+    shown += code;
+  }
+  return shown;
+}
+
 // As strtoll(), which is left to read what may not fit: at every line of a large log its bases and
 // locales would cost a tenth of the scan.
 bool readLongLong(const char*& s, long long& out) {

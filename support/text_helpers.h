@@ -9,6 +9,7 @@
 #include <initializer_list>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace cv {
@@ -34,6 +35,9 @@ const char* behindChar(const char* s, char c, int n);
 
 // `s`, or "(null)" for a null one, as messages show it.
 const char* printable(const char* s);
+
+// `text` with all but printable ASCII, and the characters in `also`, as "\xHH".
+std::string escaped(std::string_view text, std::string_view also);
 
 // Compared here and now: most texts differ from a keyword in their first characters.
 inline bool startsWith(const char* s, std::string_view prefix) {
