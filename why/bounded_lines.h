@@ -1,0 +1,31 @@
+// Reading a log in memory that no line of it can make grow.
+#pragma once
+
+#include <cstdio>
+
+class BoundedLines {
+ public:
+  static constexpr long kLongest = 128 * 1024;
+
+  // The stream stays the caller's.
+  explicit BoundedLines(FILE* in) : in_(in) {}
+
+  // The next line without its line end, terminated; of a longer one the first kLongest bytes. Null
+  // at the end, or when reading fails. Valid until the next call.
+  const char* next();
+
+  long long bytes() const { return bytes_; }  // read so far
+  long long cut() const { return cut_; }      // lines that were longer
+
+ private:
+  const char* handOver(char* newline);
+  bool readMore();
+
+  FILE* in_;
+  long long bytes_ = 0;
+  long long cut_ = 0;
+  bool skipping_ = false;  // the rest of a line that was too long
+  char* start_ = block_;   // what has been read and not handed over yet: start_ .. end_ - 1
+  char* end_ = block_;
+  char block_[kLongest + 1] = {};
+};

@@ -1,0 +1,122 @@
+#include "why/host_files.h"
+
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "daemon/paths.h"
+#include "support/stream.h"
+#include "why/bounded_lines.h"
+
+namespace {
+
+using std::string;
+
+// The account of a mail server that reads the files as such. Postfix opens them as root.
+class Reader {
+ public:
+  Reader() {
+    for (const char* name : {"Debian-exim", "exim"}) {
+      const passwd* entry = getpwnam(name);
+      if (!entry) continue;
+      is_known_ = true;
+      name_ = name;
+      uid_ = entry->pw_uid;
+      int count = static_cast<int>(groups_.size());
+      if (getgrouplist(name, entry->pw_gid, groups_.data(), &count) == -1) count = 1;
+      groups_.resize(static_cast<size_t>(std::max(count, 1)));
+      return;
+    }
+    groups_.clear();
+  }
+
+  const char* name() const { return is_known_ ? name_ : "the mail server's account"; }
+
+  // `right` is one of 4, 2 and 1, as for others.
+  bool has(mode_t right, const struct stat& status) const {
+    if (is_known_ && status.st_uid == uid_) return (status.st_mode & (right << 6)) != 0;
+    const bool in_group = std::find(groups_.begin(), groups_.end(), status.st_gid) != groups_.end();
+    return (status.st_mode & (in_group ? right << 3 : right)) != 0;
+  }
+
+ private:
+  bool is_known_ = false;
+  const char* name_ = nullptr;
+  uid_t uid_ = 0;
+  std::vector<gid_t> groups_ = std::vector<gid_t>(64);
+};
+
+// Whether it can be seen, by us.
+bool judgeMode(Report& report, const Reader& reader, const char* path, struct stat& status,
+               string& barred) {
+  if (stat(path, &status) != 0) {
+    if (errno == ENOENT)
+      report.wrong(
+          "%s is missing, and a mail server can refuse all mail: make it (the package "
+          "does), and start the daemon",
+          path);
+    else
+      report.unknown("%s: %s; run this as root", path, strerror(errno));
+    return false;
+  }
+  const bool is_folder = S_ISDIR(status.st_mode);
+  if (!reader.has(is_folder ? 1 : 4, status)) {
+    barred = formatted("%s has mode %04o, and %s cannot %s: chmod o+%s %s", path,
+                       status.st_mode & 07777, reader.name(), is_folder ? "get into it" : "read it",
+                       is_folder ? "x" : "r", path);
+    report.wrong("%s", barred.c_str());
+  }
+  return true;
+}
+
+OwnedFile open(Report& report, const char* path) {
+  OwnedFile file(openStream(path, "r"));
+  if (!file) report.unknown("%s may not be read: %s; run this as root", path, strerror(errno));
+  return file;
+}
+
+// "ADDRESS: USER" lines: the user of an address, or an address of a user.
+void readUsers(FILE* file, const Subject& subject, Listed& listed) {
+  BoundedLines lines(file);
+  while (const char* line = lines.next()) {
+    const char* colon = strstr(line, ": ");
+    if (!colon) continue;
+    const string address(line, colon);
+    const bool is_users = subject.type() == Subject::kUser && listed.address.empty() &&
+                          subject.is(colon + 2, address);
+    if (is_users) listed.address = address;
+    if (address == listed.address) listed.user = colon + 2;
+  }
+}
+
+}  // namespace
+
+Listed readHostFiles(Report& report, const Subject& subject, const string& address,
+                     std::map<string, long>& authorized) {
+  Listed listed;
+  listed.address = subject.isAddress() ? subject.text() : address;
+  const Reader reader;
+  struct stat status = {};
+  for (const char* folder : {"/etc", kDomains})
+    if (!judgeMode(report, reader, folder, status, listed.barred)) return listed;
+  string barred_users;
+  if (judgeMode(report, reader, kUserFile, status, barred_users))
+    if (const OwnedFile users = open(report, kUserFile)) readUsers(users.get(), subject, listed);
+  if (!judgeMode(report, reader, kHostFile, status, listed.barred)) return listed;
+  listed.written = status.st_mtime;
+  const OwnedFile hosts = open(report, kHostFile);
+  if (!hosts) return listed;
+  listed.readable = true;
+  BoundedLines lines(hosts.get());
+  while (const char* line = lines.next()) {
+    ++listed.hosts;
+    authorized.erase(line);
+    if (line == listed.address) listed.subject = true;
+  }
+  return listed;
+}

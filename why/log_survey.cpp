@@ -1,0 +1,78 @@
+#include "why/log_survey.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "daemon/line_date.h"
+#include "why/bounded_lines.h"
+#include "why/judgement.h"
+
+namespace {
+
+constexpr size_t kShownBytes = 300;
+constexpr long kDay_s = 86400;
+constexpr size_t kMostAuthorized = 100000;
+
+bool isLogin(Kind kind) {
+  return kind != Kind::kOther && kind != Kind::kServerLine;
+}
+
+bool counts(Kind kind) {
+  return kind == Kind::kCounts || kind == Kind::kAnonymous;
+}
+
+void note(Latest& latest, const Line& found, const char* line) {
+  ++latest.times;
+  latest.kind = found.kind;
+  latest.when = found.when;
+  latest.user = found.user;
+  latest.address = found.address;
+  latest.line.assign(line, strnlen(line, kShownBytes));
+}
+
+// As the daemon: what is too old when it is read changes nothing.
+void authorize(Survey& survey, const Line& found, int lifetime, long now) {
+  if (found.when + lifetime < now) return;
+  survey.authorized[found.address] = found.when;
+  if (survey.authorized.size() <= kMostAuthorized) return;
+  survey.authorized.clear();
+  survey.has_all_authorized = false;
+}
+
+void take(Survey& survey, const char* line, const Subject& subject, int lifetime, long now) {
+  const Line found = kindOf(line);
+  ++survey.lines;
+  if (found.when == 0)
+    ++survey.undated;
+  else
+    survey.last_stamp = found.when;
+  if (found.when > now + kDay_s) ++survey.ahead;
+  if (found.kind != Kind::kOther) ++survey.of_servers;
+  if (!isLogin(found.kind)) return;
+  note(survey.kinds[static_cast<int>(found.kind)], found, line);
+  if (counts(found.kind)) {
+    authorize(survey, found, lifetime, now);
+    if (subject.is(found.user, found.address)) note(survey.counted, found, line);
+  } else if (subject.is(found.user, found.address) || subject.isIn(line)) {
+    note(survey.other, found, line);
+  }
+}
+
+}  // namespace
+
+bool surveyLog(FILE* in, const Subject& subject, int lifetime,
+               const std::function<void(long long)>& progress, Survey& survey) {
+  constexpr long long kProgressLines = 1 << 16;
+  prepareToJudge();
+  holdCalendar(true);
+  const long now = time(nullptr);
+  BoundedLines lines(in);
+  errno = 0;
+  while (const char* line = lines.next()) {
+    take(survey, line, subject, lifetime, now);
+    if (survey.lines % kProgressLines == 0) progress(lines.bytes());
+  }
+  survey.cut = lines.cut();
+  return ferror(in) == 0;
+}

@@ -1,0 +1,41 @@
+// One pass over the mail log: what became of its lines, and what it has of the subject.
+#pragma once
+
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "why/kinds.h"
+#include "why/subject.h"
+
+// The latest of its kind.
+struct Latest {
+  long long times = 0;
+  Kind kind = Kind::kOther;
+  long when = 0;
+  std::string user;
+  std::string address;
+  std::string line;  // its start
+};
+
+struct Survey {
+  long long lines = 0;
+  long long undated = 0;     // lines whose date cannot be read
+  long long of_servers = 0;  // lines of Dovecot, imapd and vm-pop3d
+  long long ahead = 0;       // lines of more than a day ahead
+  long long cut = 0;         // lines of which only the start was read
+  long last_stamp = 0;       // the date of the last line that has one
+  Latest kinds[kKinds];      // of every kind but the two that are no logins
+  Latest counted;            // the subject's logins that count, whatever their age
+  Latest other;              // the subject's other lines that are, or resemble, logins
+
+  // Who would be authorized now by this log alone, with the time of the login.
+  std::map<std::string, long> authorized;
+  bool has_all_authorized = true;  // false where there were too many to keep
+};
+
+// Surveys what is left of the stream. A login counts for `lifetime` seconds. `progress` is called
+// now and then with the bytes read. False, with errno, where reading failed.
+bool surveyLog(FILE* in, const Subject& subject, int lifetime,
+               const std::function<void(long long)>& progress, Survey& survey);

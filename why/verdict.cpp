@@ -1,0 +1,158 @@
+#include "why/verdict.h"
+
+#include <ctime>
+
+#include "daemon/paths.h"
+#include "daemon/state.h"
+#include "why/mail_server.h"
+
+namespace {
+
+using std::string;
+
+constexpr int kYes = 0;
+constexpr int kNo = 1;
+constexpr int kUnknown = 2;
+constexpr long kTwoLooks_s = 4;  // of the daemon: within these a login need not be listed yet
+
+int lifetimeOf(const SetUp& set_up) {
+  minutes = set_up.minutes;
+  return lifetime_s();
+}
+
+string timeOf(const Latest& latest) {
+  return latest.when == 0 ? "an unread date" : clockTime(latest.when);
+}
+
+string whoOf(const Latest& latest) {
+  string who;
+  if (!latest.user.empty()) who += " of " + shown(latest.user);
+  if (!latest.address.empty()) who += " from " + shown(latest.address);
+  return who;
+}
+
+void reportKind(Report& report, Kind kind, const Latest& latest) {
+  const KindText& text = textOf(kind);
+  const string finding = formatted("%lld x %s, the latest at %s%s: %s", latest.times, text.what,
+                                   timeOf(latest).c_str(), whoOf(latest).c_str(), text.remedy);
+  if (text.wrong)
+    report.wrong("%s", finding.c_str());
+  else
+    report.note("%s", finding.c_str());
+  if (latest.address.empty()) report.quote(latest.line);
+}
+
+// Whether the host file holds what the log says it should.
+void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
+  if (!listed.readable) return;
+  report.note("%lld %shosts are listed in %s, unchanged since %s", listed.hosts,
+              survey.lines == 0 ? "old " : "", kHostFile, clockTime(listed.written).c_str());
+  if (!set_up.follows || !survey.has_all_authorized) return;
+  const long now = time(nullptr);
+  for (const auto& [address, when] : survey.authorized)
+    if (when <= now - kTwoLooks_s && listed.written < now - kTwoLooks_s) {
+      report.wrong(
+          "%s logged in at %s and is not in %s: see /var/log/corvane/cv-popb4smtp.log, "
+          "and restart the daemon",
+          shown(address).c_str(), clockTime(when).c_str(), kHostFile);
+      return;
+    }
+}
+
+// Why this login, which counts, does not count any more or not yet.
+string reasonOf(const SetUp& set_up, const Latest& login, long over) {
+  const long now = time(nullptr);
+  if (over < now)
+    return formatted(
+        "last login at %s, over at %s (t %d): connections that stay open do not count as "
+        "new logins; have the client look for mail anew",
+        clockTime(login.when).c_str(), clockTime(over).c_str(), set_up.minutes);
+  if (!set_up.running)
+    return formatted("logged in at %s, but the daemon is not running: systemctl start cv-popb4smtp",
+                     clockTime(login.when).c_str());
+  if (login.when > now - kTwoLooks_s) return "logged in just now: look again in two seconds";
+  return formatted(
+      "logged in at %s, but is not listed: does the daemon follow this log? See "
+      "/var/log/corvane/cv-popb4smtp.log",
+      clockTime(login.when).c_str());
+}
+
+string reasonOf(const Latest& other) {
+  const KindText& text = textOf(other.kind);
+  return formatted("%s at %s%s: %s", text.what, timeOf(other).c_str(), whoOf(other).c_str(),
+                   text.remedy);
+}
+
+// Until when somebody stays listed, as far as can be said.
+string untilOf(const SetUp& set_up, const Latest& login, const Listed& listed, int lifetime) {
+  const long now = time(nullptr);
+  const bool is_young = login.when != 0 && login.when + lifetime >= now;
+  const string over = clockTime(login.when + lifetime);
+  if (!set_up.running)
+    return is_young ? "until " + over + ", and as long as the daemon is not running"
+                    : "as long as the daemon is not running";
+  if (is_young) return "until " + over;
+  if (login.when != 0) return "until the log is written next: over at " + over;
+  return formatted("until %s at the latest: its login stands in an older log",
+                   clockTime(listed.written + lifetime).c_str());
+}
+
+}  // namespace
+
+int judgeAll(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
+  for (int i = static_cast<int>(Kind::kCounts); i < kKinds; ++i)
+    if (survey.kinds[i].times > 0) reportKind(report, static_cast<Kind>(i), survey.kinds[i]);
+  judgeListed(report, set_up, survey, listed);
+  if (report.wrongs() > 0) {
+    report.verdict(false, formatted("%d wrong: see above", report.wrongs()));
+    return kNo;
+  }
+  if (report.unknowns() > 0) {
+    report.verdict(false, "nothing wrong was seen, but not all could be looked at");
+    return kUnknown;
+  }
+  report.verdict(true, "nothing is wrong");
+  return kYes;
+}
+
+int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bool has_log,
+                 const Survey& survey, const Listed& listed) {
+  const int lifetime = lifetimeOf(set_up);
+  const string who = shown(subject.text());
+  const Latest& counted = survey.counted;
+  const Latest& other = survey.other;
+  const long over = counted.when + lifetime;
+  const bool other_is_later = other.times > 0 && (counted.times == 0 || other.when > counted.when);
+
+  if (other_is_later && listed.subject) report.note("%s", reasonOf(other).c_str());
+  if (other_is_later && other.address.empty()) report.quote(other.line);
+  if (listed.subject && !listed.barred.empty()) {
+    report.verdict(false, who + " may not: it is listed, but " + listed.barred);
+    return kNo;
+  }
+  if (listed.subject) {
+    const string until = untilOf(set_up, counted, listed, lifetime);
+    const string user = counted.times > 0 ? counted.user : listed.user;
+    askMailServers(report, listed.address);
+    report.verdict(true, who + " may relay " +
+                             (subject.isAddress() ? until + ", as " + shown(user)
+                                                  : "from " + listed.address + " " + until));
+    return kYes;
+  }
+  string reason;
+  if (counted.times > 0 && (!other_is_later || over >= time(nullptr)))
+    reason = reasonOf(set_up, counted, over);
+  else if (other.times > 0)
+    reason = reasonOf(other);
+  else if (report.wrongs() > 0)
+    reason = report.firstWrong();
+  else
+    reason = "no login of it in " + shown(set_up.mail_log) +
+             ": has the client looked for mail, on this server?";
+  if (!has_log || !listed.readable) {
+    report.verdict(false, who + ": could not find out; run this as root");
+    return kUnknown;
+  }
+  report.verdict(false, who + " may not: " + reason);
+  return kNo;
+}
