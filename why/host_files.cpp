@@ -56,12 +56,12 @@ bool judgeMode(Report& report, const Reader& reader, const char* path, struct st
                string& barred) {
   if (stat(path, &status) != 0) {
     if (errno == ENOENT)
-      report.wrong(
-          "%s is missing, and a mail server can refuse all mail: make it (the package "
-          "does), and start the daemon",
-          path);
+      report.say(Found::kWrong,
+                 "%s is missing, and a mail server can refuse all mail: make it (the package "
+                 "does), and start the daemon",
+                 path);
     else
-      report.unknown("%s: %s; run this as root", path, strerror(errno));
+      report.say(Found::kUnknown, "%s: %s; run this as root", path, strerror(errno));
     return false;
   }
   const bool is_folder = S_ISDIR(status.st_mode);
@@ -69,14 +69,15 @@ bool judgeMode(Report& report, const Reader& reader, const char* path, struct st
     barred = formatted("%s has mode %04o, and %s cannot %s: chmod o+%s %s", path,
                        status.st_mode & 07777, reader.name(), is_folder ? "get into it" : "read it",
                        is_folder ? "x" : "r", path);
-    report.wrong("%s", barred.c_str());
+    report.say(Found::kWrong, "%s", barred.c_str());
   }
   return true;
 }
 
 OwnedFile open(Report& report, const char* path) {
   OwnedFile file(openStream(path, "r"));
-  if (!file) report.unknown("%s may not be read: %s; run this as root", path, strerror(errno));
+  if (!file)
+    report.say(Found::kUnknown, "%s may not be read: %s; run this as root", path, strerror(errno));
   return file;
 }
 

@@ -39,16 +39,18 @@ bool judgeFile(Report& report, const SetUp& set_up, struct stat& status, bool& r
   const char* named = set_up.names_mail_log ? "that f names" : "that is followed without f";
   if (stat(set_up.mail_log.c_str(), &status) != 0) {
     if (errno == ENOENT || errno == ENOTDIR) {
-      report.wrong("the log %s, %s, is missing: does rsyslog run, and write it? Else %s", named,
-                   path.c_str(), kElsewhere);
+      report.say(Found::kWrong,
+                 "the log %s, %s, is missing: does rsyslog run, and write it? Else %s", named,
+                 path.c_str(), kElsewhere);
     } else {
       readable = false;
-      report.unknown("%s: %s; run this as root", path.c_str(), strerror(errno));
+      report.say(Found::kUnknown, "%s: %s; run this as root", path.c_str(), strerror(errno));
     }
     return false;
   }
   if (!S_ISREG(status.st_mode)) {
-    report.wrong("the log %s, %s, is no ordinary file: %s", named, path.c_str(), kElsewhere);
+    report.say(Found::kWrong, "the log %s, %s, is no ordinary file: %s", named, path.c_str(),
+               kElsewhere);
     return false;
   }
   return true;
@@ -59,15 +61,15 @@ void judgeWriting(Report& report, const string& path, const struct stat& status)
   constexpr long kBehind_s = 600;
   const string since = clockTime(status.st_mtime);
   if (status.st_size == 0) {
-    report.wrong("%s is empty since %s%s: does rsyslog run, and write it? Else %s", path.c_str(),
-                 since.c_str(), liveLog(path, status.st_mtime - 1).c_str(), kElsewhere);
+    report.say(Found::kWrong, "%s is empty since %s%s: does rsyslog run, and write it? Else %s",
+               path.c_str(), since.c_str(), liveLog(path, status.st_mtime - 1).c_str(), kElsewhere);
     return;
   }
   const long age = time(nullptr) - status.st_mtime;
   const string live = liveLog(path, status.st_mtime + kBehind_s);
   if (age > kLong_s || (age > kBehind_s && !live.empty()))
-    report.wrong("%s is not written any more since %s%s: restart rsyslog; else %s", path.c_str(),
-                 since.c_str(), live.c_str(), kElsewhere);
+    report.say(Found::kWrong, "%s is not written any more since %s%s: restart rsyslog; else %s",
+               path.c_str(), since.c_str(), live.c_str(), kElsewhere);
 }
 
 // The last line was written when the file was. If its date says otherwise, a clock is wrong.
@@ -82,39 +84,39 @@ void judgeClock(Report& report, const Survey& survey, time_t written) {
   const string stamp = clockTime(survey.last_stamp);
   if (std::abs(shift) > kTolerance_s && std::abs(shift) < kLargestShift_s &&
       odd <= 2 * kTolerance_s)
-    report.wrong(
-        "the last line is dated %s, %.1f hours %s the time it was written: another time "
-        "zone; after a change of zone: systemctl restart rsyslog cv-popb4smtp",
-        stamp.c_str(), static_cast<double>(std::abs(shift)) / 3600,
-        shift > 0 ? "ahead of" : "behind");
+    report.say(Found::kWrong,
+               "the last line is dated %s, %.1f hours %s the time it was written: another time "
+               "zone; after a change of zone: systemctl restart rsyslog cv-popb4smtp",
+               stamp.c_str(), static_cast<double>(std::abs(shift)) / 3600,
+               shift > 0 ? "ahead of" : "behind");
   else if (survey.ahead > 0)
-    report.wrong(
-        "%lld lines are dated days ahead: dates have no year, and those of last December "
-        "count as of the next; logrotate -f /etc/logrotate.d/cv-popb4smtp, then restart the "
-        "daemon (or the clock is wrong)",
-        survey.ahead);
+    report.say(Found::kWrong,
+               "%lld lines are dated days ahead: dates have no year, and those of last December "
+               "count as of the next; logrotate -f /etc/logrotate.d/cv-popb4smtp, then restart the "
+               "daemon (or the clock is wrong)",
+               survey.ahead);
   else if (survey.last_stamp > now + kTolerance_s)
-    report.wrong(
-        "the last line is dated %s, in the future: set the clock of the host that wrote it",
-        stamp.c_str());
+    report.say(Found::kWrong,
+               "the last line is dated %s, in the future: set the clock of the host that wrote it",
+               stamp.c_str());
 }
 
 void judgeContent(Report& report, const string& path, const Survey& survey) {
   if (survey.lines == 0) return;
   if (survey.undated == survey.lines)
-    report.wrong(
-        "%lld lines in %s, none with a date that is read (Mon DD HH:MM:SS): follow %s, or "
-        "install the rsyslog snippet that writes it",
-        survey.lines, path.c_str(), kPackagedLog);
+    report.say(Found::kWrong,
+               "%lld lines in %s, none with a date that is read (Mon DD HH:MM:SS): follow %s, or "
+               "install the rsyslog snippet that writes it",
+               survey.lines, path.c_str(), kPackagedLog);
   else if (survey.undated > 0)
-    report.note("%lld of the lines have a date that is not read", survey.undated);
+    report.say(Found::kNote, "%lld of the lines have a date that is not read", survey.undated);
   if (survey.of_servers == 0 && survey.undated < survey.lines)
-    report.wrong(
-        "no line of dovecot, imapd or vm-pop3d in %s: they log elsewhere; see doveadm log "
-        "find, journalctl -t dovecot, and have log_path = syslog and the facility mail",
-        path.c_str());
+    report.say(Found::kWrong,
+               "no line of dovecot, imapd or vm-pop3d in %s: they log elsewhere; see doveadm log "
+               "find, journalctl -t dovecot, and have log_path = syslog and the facility mail",
+               path.c_str());
   if (survey.cut > 0)
-    report.note("%lld lines are so long that only their start was read", survey.cut);
+    report.say(Found::kNote, "%lld lines are so long that only their start was read", survey.cut);
 }
 
 void reportProgress(long long done, long long size) {
@@ -137,14 +139,16 @@ bool judgeLog(Report& report, const SetUp& set_up, const Subject& subject, Surve
   const int lifetime = lifetime_s();
   const auto progress = [&status](long long done) { reportProgress(done, status.st_size); };
   if (!log || !surveyLog(log.get(), subject, lifetime, progress, survey)) {
-    report.unknown("%s may not be read: %s; run this as root, or as a member of the file's group",
-                   path.c_str(), strerror(errno));
+    report.say(Found::kUnknown,
+               "%s may not be read: %s; run this as root, or as a member of the file's group",
+               path.c_str(), strerror(errno));
     return false;
   }
   reportProgress(-1, 0);
   if (status.st_size > 0)
-    report.fine("%s has %lld lines, the last written %s; %lld of dovecot, imapd and vm-pop3d",
-                path.c_str(), survey.lines, clockTime(status.st_mtime).c_str(), survey.of_servers);
+    report.say(Found::kFine,
+               "%s has %lld lines, the last written %s; %lld of dovecot, imapd and vm-pop3d",
+               path.c_str(), survey.lines, clockTime(status.st_mtime).c_str(), survey.of_servers);
   judgeWriting(report, set_up.mail_log, status);
   judgeContent(report, path, survey);
   judgeClock(report, survey, status.st_mtime);

@@ -11,6 +11,7 @@
 
 namespace {
 
+using std::string;
 using std::string_view;
 
 constexpr KindText kTexts[kKinds] = {
@@ -106,7 +107,7 @@ bool mayBeLogin(const char* line) {
 bool saysNo(string_view words) {
   static constexpr string_view kNoes[] = {
       "fail",     "bort",      "Disconnected", "isallow", "Maximum", "proxy(",   "no auth",
-      "Too many", "nactivity", "rejected",     "denied",  "refused", "disabled", "unsupported"};
+      "Too many", "nactivity", "rejected",     "denied",  "refused", "disabled", "BREAK-IN"};
   // Names are chosen by strangers.
   if (const size_t user = words.find("user="); user != words.npos && user > 0)
     words = words.substr(0, user);
@@ -115,24 +116,41 @@ bool saysNo(string_view words) {
   return false;
 }
 
-// Behind "-login:", a message that has the words of a login in the wrong places.
-Kind lackOf(const Message& message, const char* words, long when) {
+bool isIPv6(const string& address) {
+  in6_addr bytes;
+  return inet_pton(AF_INET6, address.substr(0, address.find('%')).c_str(), &bytes) == 1;
+}
+
+// What the words of a login, behind "imap-login:", lack. The daemon cuts an address off at some 20
+// characters: of most IPv6 clients it never sees one.
+Kind lackOf(const Message& message, const char* words, Line& found) {
+  constexpr size_t kLongestName = 256;
+  constexpr size_t kLongestAddress = 20;
   if (startsWith(words, "Logged in:")) return Kind::kLoggedIn;
   if (!startsWith(words, "Login:")) return Kind::kWords;
   if (!message.program.starts_with("dovecot")) return Kind::kProgram;
-  constexpr size_t kLongestName = 256;
   const string_view text = words;
   const size_t open = text.find('<');
   const size_t close = text.find('>', open);
   if (close == text.npos || close - open > kLongestName + 1) return Kind::kUser;
-  const size_t user = text.find("user=");
-  if (user != text.npos && user + strlen("user=") != open) return Kind::kUser;
+  const size_t field = text.find("user=");
+  if (field != text.npos && field + strlen("user=") != open) return Kind::kUser;
   const size_t address = text.find("rip=", close);
-  if (address == text.npos || text.find(',', address) == text.npos) return Kind::kAddress;
-  return when == 0 ? Kind::kDate : Kind::kProgram;
+  const size_t comma = text.find(',', address);
+  if (comma == text.npos) return Kind::kAddress;
+  const size_t start = address + strlen("rip=");
+  const string client(text.substr(start, comma - start));
+  if (isIPv6(client)) {
+    found.user = text.substr(open + 1, close - open - 1);
+    found.address = client;
+    return Kind::kIPv6;
+  }
+  if (client.size() > kLongestAddress) return Kind::kAddress;
+  return found.when == 0 ? Kind::kDate : Kind::kProgram;
 }
 
-Kind kindOfLoginProcess(const Message& message, string_view process, const char* text, long when) {
+Kind kindOfLoginProcess(const Message& message, string_view process, const char* text,
+                        Line& found) {
   if (saysNo(text)) return Kind::kRefused;
   const bool has_level = startsWith(text, "Info: ");
   const char* words = has_level ? text + strlen("Info: ") : text;
@@ -141,7 +159,7 @@ Kind kindOfLoginProcess(const Message& message, string_view process, const char*
   if (!is_login) return isOfServer(message.program) ? Kind::kServerLine : Kind::kOther;
   if (process != "imap-login" && process != "pop3-login") return Kind::kOtherService;
   if (has_level || message.program == process) return Kind::kLevel;
-  return lackOf(message, words, when);
+  return lackOf(message, words, found);
 }
 
 Kind kindOfClassic(const Message& message, long when) {
@@ -155,31 +173,22 @@ Kind kindOfClassic(const Message& message, long when) {
   return isOfServer(message.program) ? Kind::kServerLine : Kind::kOther;
 }
 
-Kind kindOfPassedOver(const char* line, long when) {
+Kind kindOfPassedOver(const char* line, Line& found) {
   const Message message = messageOf(line);
   if (!mayBeLogin(line)) return isOfServer(message.program) ? Kind::kServerLine : Kind::kOther;
   if (message.program.ends_with("-login"))
-    return kindOfLoginProcess(message, message.program, message.text, when);
-  const string_view first(message.text, strcspn(message.text, ": "));
-  if (first.ends_with("-login"))
-    return kindOfLoginProcess(
-        message, first, message.text + first.size() + strspn(message.text + first.size(), ": "),
-        when);
-  return kindOfClassic(message, when);
+    return kindOfLoginProcess(message, message.program, message.text, found);
+  const size_t length = strcspn(message.text, ": ");
+  const string_view first(message.text, length);
+  if (!first.ends_with("-login")) return kindOfClassic(message, found.when);
+  const char* text = message.text + length;
+  return kindOfLoginProcess(message, first, text + strspn(text, ": "), found);
 }
 
-Kind kindOfNoAddress(const char* line, std::string address) {
-  if (const size_t scope = address.find('%'); scope != address.npos) address.resize(scope);
-  in6_addr bytes;
+Kind kindOfNoAddress(const char* line, const string& address) {
   if (address == "::1") return Kind::kLoopback;
-  if (inet_pton(AF_INET6, address.c_str(), &bytes) == 1 || has(line, "[NON-IPv4]"))
-    return Kind::kIPv6;
-  return address.empty() ? Kind::kConnect : Kind::kAddress;
-}
-
-bool isAnonymous(const char* line) {
-  const char* user = strstr(line, ">, method=ANONYMOUS,");
-  return user != nullptr;
+  if (isIPv6(address) || has(line, "[NON-IPv4]")) return Kind::kIPv6;
+  return messageOf(line).program.starts_with("dovecot") ? Kind::kAddress : Kind::kConnect;
 }
 
 }  // namespace
@@ -193,12 +202,12 @@ Line kindOf(const char* line) {
   Line found{Kind::kServerLine, getTimeFromString(line), judgement.user, judgement.address};
   switch (judgement.made) {
     case Made::kNothing:
-      found.kind = kindOfPassedOver(line, found.when);
+      found.kind = kindOfPassedOver(line, found);
       break;
     case Made::kConnection:
       break;
     case Made::kAdmission:
-      found.kind = isAnonymous(line) ? Kind::kAnonymous : Kind::kCounts;
+      found.kind = has(line, ">, method=ANONYMOUS,") ? Kind::kAnonymous : Kind::kCounts;
       break;
     case Made::kLoopback:
       found.kind = Kind::kLoopback;

@@ -7,68 +7,35 @@
 
 #include "support/text_helpers.h"
 
-namespace {
-
-constexpr int kGreen = 32;
-constexpr int kRed = 31;
-constexpr int kYellow = 33;
-
-std::string withArguments(const char* format, va_list args) {
-  const OwnedText text(newStringv(format, args));
-  return text.get();
-}
-
-}  // namespace
-
 Report::Report(bool brief) : brief_(brief), colours_(isatty(STDOUT_FILENO) == 1) {}
 
-void Report::fine(const char* format, ...) {
+void Report::say(Found found, const char* format, ...) {
+  static constexpr struct {
+    const char* label;
+    int colour;
+  } kLabels[] = {{"fine", 32}, {"note", 0}, {"WRONG", 31}, {"????", 33}};
   va_list args;
   va_start(args, format);
-  if (!brief_) print("fine", kGreen, withArguments(format, args));
+  const OwnedText text(newStringv(format, args));
   va_end(args);
-}
-
-void Report::note(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  print("note", 0, withArguments(format, args));
-  va_end(args);
-}
-
-void Report::wrong(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  const std::string text = withArguments(format, args);
-  va_end(args);
-  if (wrongs_++ == 0) first_wrong_ = text;
-  print("WRONG", kRed, text);
-}
-
-void Report::unknown(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  ++unknowns_;
-  print("????", kYellow, withArguments(format, args));
-  va_end(args);
+  if (++counts_[static_cast<int>(found)] == 1 && found == Found::kWrong) first_wrong_ = text.get();
+  if (brief_ && found == Found::kFine) return;
+  const auto& [label, colour] = kLabels[static_cast<int>(found)];
+  if (colours_)
+    printf("\033[%dm%-5s\033[0m %s\n", colour, label, text.get());
+  else
+    printf("%-5s %s\n", label, text.get());
 }
 
 void Report::quote(const std::string& line) const {
   printf("      %s\n", shown(line).c_str());
 }
 
-void Report::verdict(bool good, const std::string& text) const {
+void Report::conclude(bool good, const std::string& text) const {
   if (colours_)
-    printf("\033[1;%dm%s\033[0m\n", good ? kGreen : kRed, text.c_str());
+    printf("\033[1;%dm%s\033[0m\n", good ? 32 : 31, text.c_str());
   else
-    printf("%s\n", text.c_str());
-}
-
-void Report::print(const char* label, int colour, const std::string& text) const {
-  if (colours_)
-    printf("\033[%dm%-5s\033[0m %s\n", colour, label, text.c_str());
-  else
-    printf("%-5s %s\n", label, text.c_str());
+    puts(text.c_str());
 }
 
 std::string clockTime(time_t when) {
@@ -89,7 +56,7 @@ std::string shown(std::string_view text) {
 std::string formatted(const char* format, ...) {
   va_list args;
   va_start(args, format);
-  std::string text = withArguments(format, args);
+  const OwnedText text(newStringv(format, args));
   va_end(args);
-  return text;
+  return text.get();
 }

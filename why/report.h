@@ -5,33 +5,29 @@
 #include <string>
 #include <string_view>
 
+enum class Found { kFine, kNote, kWrong, kUnknown };
+
 class Report {
  public:
   // Colours only on a terminal. Brief: without what is fine.
   explicit Report(bool brief);
 
-  void fine(const char* format, ...) __attribute__((format(printf, 2, 3)));
-  void note(const char* format, ...) __attribute__((format(printf, 2, 3)));
-  void wrong(const char* format, ...) __attribute__((format(printf, 2, 3)));
-  void unknown(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void say(Found found, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-  // A line of the log under the finding before it.
+  // A line of the log, under the finding before it.
   void quote(const std::string& line) const;
 
-  // The verdict, which comes last.
-  void verdict(bool good, const std::string& text) const;
+  // The last line.
+  void conclude(bool good, const std::string& text) const;
 
-  int wrongs() const { return wrongs_; }
-  int unknowns() const { return unknowns_; }
+  // How many findings there were of this sort.
+  int count(Found found) const { return counts_[static_cast<int>(found)]; }
   const std::string& firstWrong() const { return first_wrong_; }
 
  private:
-  void print(const char* label, int colour, const std::string& text) const;
-
   bool brief_;
   bool colours_;
-  int wrongs_ = 0;
-  int unknowns_ = 0;
+  int counts_[4] = {};
   std::string first_wrong_;
 };
 

@@ -55,8 +55,9 @@ bool findDaemon(Report& report, Words& arguments, bool& seen) {
   string content;
   const bool readable = readFile(kPidFile, content);
   if (!readable && errno == EACCES) {
-    report.unknown("%s may not be read, so whether the daemon runs is not known: run this as root",
-                   kPidFile);
+    report.say(Found::kUnknown,
+               "%s may not be read, so whether the daemon runs is not known: run this as root",
+               kPidFile);
     return false;
   }
   const char* digits = content.c_str();
@@ -67,19 +68,20 @@ bool findDaemon(Report& report, Words& arguments, bool& seen) {
     const Words command = commandLine(pid);
     seen = !command.empty();
     if (!seen) {
-      report.fine("the daemon is running, process %d; its arguments may not be seen", pid);
+      report.say(Found::kFine, "the daemon is running, process %d; its arguments may not be seen",
+                 pid);
       return true;
     }
     if (baseName(command[0]) == kProgram) {
       arguments.assign(command.begin() + 1, command.end());
-      report.fine("the daemon is running, process %d: cv-popb4smtp %s", pid,
-                  joined(arguments).c_str());
+      report.say(Found::kFine, "the daemon is running, process %d: cv-popb4smtp %s", pid,
+                 joined(arguments).c_str());
       return true;
     }
     reason = formatted("process %d of its pid file is %s", pid, shown(command[0]).c_str());
   }
-  report.wrong("the daemon is not running (%s): systemctl start cv-popb4smtp%s", reason.c_str(),
-               sinceWhen().c_str());
+  report.say(Found::kWrong, "the daemon is not running (%s): systemctl start cv-popb4smtp%s",
+             reason.c_str(), sinceWhen().c_str());
   return false;
 }
 
@@ -89,7 +91,7 @@ bool findDaemon(Report& report, Words& arguments, bool& seen) {
 bool readDefaults(Report& report, Words& words) {
   string content;
   if (!readFile(kDefaults, content)) {
-    if (errno != ENOENT) report.unknown("%s: %s", kDefaults, strerror(errno));
+    if (errno != ENOENT) report.say(Found::kUnknown, "%s: %s", kDefaults, strerror(errno));
     return false;
   }
   std::istringstream lines(content);
@@ -113,7 +115,8 @@ void takeArguments(Report& report, const Words& words, SetUp& set_up, string& nu
     const char option = words[i].c_str()[0];
     if (option == 's') continue;
     if ((option != 't' && option != 'f') || i + 1 == words.size()) {
-      report.wrong(
+      report.say(
+          Found::kWrong,
           "the daemon does not start with \"%s\": options are words without a dash, t MINUTES and "
           "f MAIL_LOG; mend OPTIONS in %s",
           shown(words[i]).c_str(), kDefaults);
@@ -133,11 +136,13 @@ void judgeMinutes(Report& report, const string& number, SetUp& set_up) {
   const bool is_number = end != text;
   const char* remedy = "put a number of minutes behind t in /etc/default/cv-popb4smtp, and restart";
   if (!is_number || lifetime_s() <= 0)
-    report.wrong("t %s %s %d minutes: authorizations end at once; %s", shown(number).c_str(),
-                 is_number ? "is" : "is no number and counts as", set_up.minutes, remedy);
+    report.say(Found::kWrong, "t %s %s %d minutes: authorizations end at once; %s",
+               shown(number).c_str(), is_number ? "is" : "is no number and counts as",
+               set_up.minutes, remedy);
   else if (set_up.minutes > kMonth_min || set_up.minutes < 0)
-    report.wrong("t %s: authorizations hold for %lld days, as good as never ending; %s",
-                 shown(number).c_str(), lifetime_s() / 86400LL, remedy);
+    report.say(Found::kWrong,
+               "t %s: authorizations hold for %lld days, as good as never ending; %s",
+               shown(number).c_str(), lifetime_s() / 86400LL, remedy);
 }
 
 bool exists(const char* path) {
@@ -166,8 +171,9 @@ SetUp readSetUp(Report& report, const string& given_minutes, const string& given
   set_up.running = findDaemon(report, running, seen);
   const bool has_defaults = readDefaults(report, defaults);
   if (set_up.running && seen && has_defaults && running != defaults)
-    report.wrong("the daemon runs with \"%s\", but %s says \"%s\": systemctl restart cv-popb4smtp",
-                 joined(running).c_str(), kDefaults, joined(defaults).c_str());
+    report.say(Found::kWrong,
+               "the daemon runs with \"%s\", but %s says \"%s\": systemctl restart cv-popb4smtp",
+               joined(running).c_str(), kDefaults, joined(defaults).c_str());
 
   string number;
   takeArguments(report, set_up.running && seen ? running : defaults, set_up, number);
@@ -178,8 +184,8 @@ SetUp readSetUp(Report& report, const string& given_minutes, const string& given
   set_up.names_mail_log = !set_up.mail_log.empty();
   if (set_up.mail_log.empty()) set_up.mail_log = exists(kMailLog) ? kMailLog : kMailLogOtherwise;
   if (set_up.running && seen && !given_log.empty() && followed != given_log)
-    report.note("the daemon follows %s, not this log",
-                followed.empty() ? "the default log" : shown(followed).c_str());
+    report.say(Found::kNote, "the daemon follows %s, not this log",
+               followed.empty() ? "the default log" : shown(followed).c_str());
   minutes = set_up.minutes;
   set_up.follows = set_up.running && seen && given_minutes.empty() && given_log.empty();
   return set_up;

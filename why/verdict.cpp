@@ -35,26 +35,23 @@ void reportKind(Report& report, Kind kind, const Latest& latest) {
   const KindText& text = textOf(kind);
   const string finding = formatted("%lld x %s, the latest at %s%s: %s", latest.times, text.what,
                                    timeOf(latest).c_str(), whoOf(latest).c_str(), text.remedy);
-  if (text.wrong)
-    report.wrong("%s", finding.c_str());
-  else
-    report.note("%s", finding.c_str());
+  report.say(text.wrong ? Found::kWrong : Found::kNote, "%s", finding.c_str());
   if (latest.address.empty()) report.quote(latest.line);
 }
 
 // Whether the host file holds what the log says it should.
 void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
   if (!listed.readable) return;
-  report.note("%lld %shosts are listed in %s, unchanged since %s", listed.hosts,
-              survey.lines == 0 ? "old " : "", kHostFile, clockTime(listed.written).c_str());
+  report.say(Found::kNote, "%lld %shosts are listed in %s, unchanged since %s", listed.hosts,
+             survey.lines == 0 ? "old " : "", kHostFile, clockTime(listed.written).c_str());
   if (!set_up.follows || !survey.has_all_authorized) return;
   const long now = time(nullptr);
   for (const auto& [address, when] : survey.authorized)
     if (when <= now - kTwoLooks_s && listed.written < now - kTwoLooks_s) {
-      report.wrong(
-          "%s logged in at %s and is not in %s: see /var/log/corvane/cv-popb4smtp.log, "
-          "and restart the daemon",
-          shown(address).c_str(), clockTime(when).c_str(), kHostFile);
+      report.say(Found::kWrong,
+                 "%s logged in at %s and is not in %s: see /var/log/corvane/cv-popb4smtp.log, "
+                 "and restart the daemon",
+                 shown(address).c_str(), clockTime(when).c_str(), kHostFile);
       return;
     }
 }
@@ -103,15 +100,15 @@ int judgeAll(Report& report, const SetUp& set_up, const Survey& survey, const Li
   for (int i = static_cast<int>(Kind::kCounts); i < kKinds; ++i)
     if (survey.kinds[i].times > 0) reportKind(report, static_cast<Kind>(i), survey.kinds[i]);
   judgeListed(report, set_up, survey, listed);
-  if (report.wrongs() > 0) {
-    report.verdict(false, formatted("%d wrong: see above", report.wrongs()));
+  if (report.count(Found::kWrong) > 0) {
+    report.conclude(false, formatted("%d wrong: see above", report.count(Found::kWrong)));
     return kNo;
   }
-  if (report.unknowns() > 0) {
-    report.verdict(false, "nothing wrong was seen, but not all could be looked at");
+  if (report.count(Found::kUnknown) > 0) {
+    report.conclude(false, "nothing wrong was seen, but not all could be looked at");
     return kUnknown;
   }
-  report.verdict(true, "nothing is wrong");
+  report.conclude(true, "nothing is wrong");
   return kYes;
 }
 
@@ -124,19 +121,19 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
   const long over = counted.when + lifetime;
   const bool other_is_later = other.times > 0 && (counted.times == 0 || other.when > counted.when);
 
-  if (other_is_later && listed.subject) report.note("%s", reasonOf(other).c_str());
+  if (other_is_later && listed.subject) report.say(Found::kNote, "%s", reasonOf(other).c_str());
   if (other_is_later && other.address.empty()) report.quote(other.line);
   if (listed.subject && !listed.barred.empty()) {
-    report.verdict(false, who + " may not: it is listed, but " + listed.barred);
+    report.conclude(false, who + " may not: it is listed, but " + listed.barred);
     return kNo;
   }
   if (listed.subject) {
     const string until = untilOf(set_up, counted, listed, lifetime);
     const string user = counted.times > 0 ? counted.user : listed.user;
     askMailServers(report, listed.address);
-    report.verdict(true, who + " may relay " +
-                             (subject.isAddress() ? until + ", as " + shown(user)
-                                                  : "from " + listed.address + " " + until));
+    report.conclude(true, who + " may relay " +
+                              (subject.isAddress() ? until + ", as " + shown(user)
+                                                   : "from " + listed.address + " " + until));
     return kYes;
   }
   string reason;
@@ -144,15 +141,15 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
     reason = reasonOf(set_up, counted, over);
   else if (other.times > 0)
     reason = reasonOf(other);
-  else if (report.wrongs() > 0)
+  else if (report.count(Found::kWrong) > 0)
     reason = report.firstWrong();
   else
     reason = "no login of it in " + shown(set_up.mail_log) +
              ": has the client looked for mail, on this server?";
   if (!has_log || !listed.readable) {
-    report.verdict(false, who + ": could not find out; run this as root");
+    report.conclude(false, who + ": could not find out; run this as root");
     return kUnknown;
   }
-  report.verdict(false, who + " may not: " + reason);
+  report.conclude(false, who + " may not: " + reason);
   return kNo;
 }

@@ -1,0 +1,109 @@
+// What a line is: by the daemon's own account, and where it passes one over, what is missing.
+
+#include "why/kinds.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <regex>
+
+#include "daemon/state.h"
+#include "fake_time.h"
+#include "test_files.h"
+#include "why/judgement.h"
+
+namespace {
+
+using std::string;
+
+string stamped(const string& text) {
+  const time_t now = time(nullptr);
+  char stamp[32];
+  strftime(stamp, sizeof stamp, "%b %e %H:%M:%S mail ", localtime(&now));
+  return stamp + text;
+}
+
+bool counts(Kind kind) {
+  return kind == Kind::kCounts || kind == Kind::kAnonymous;
+}
+
+class Kinds : public testing::Test {
+ protected:
+  Kinds() { prepareToJudge(); }
+  ~Kinds() override { process_ips.empty(); }
+  FakeTime clock_{midday(2026, 11, 21)};
+};
+
+}  // namespace
+
+TEST_F(Kinds, OfRecordingsAreWhatTheDaemonMakesOfThem) {
+  const string name = SAMPLES "/dovecot-2.3-default";
+  const auto lines = linesOf(contentOf(name + ".log"));
+  const auto expected = linesOf(contentOf(name + ".expect"));
+  ASSERT_EQ(lines.size(), expected.size());
+  for (size_t i = 0; i < lines.size(); ++i) {
+    const Kind kind = kindOf(lines[i].c_str()).kind;
+    EXPECT_EQ(kind == Kind::kCounts, expected[i].starts_with("admit")) << lines[i];
+    EXPECT_EQ(kind == Kind::kLoopback,
+              expected[i].starts_with("last-login") || lines[i].find("rip=::1,") != string::npos)
+        << lines[i];
+    EXPECT_FALSE(isNearly(kind)) << lines[i];
+  }
+}
+
+TEST_F(Kinds, OfSampleLinesAreNearlyLoginsOnlyWhereTheySayLogin) {
+  const std::regex login(
+      "(.*-login: +(Info: )?([Ll]ogin|Logged in): .*)|"
+      "(.*\\]: (Login user=|User '|Authenticated ).*)");
+  for (const auto& file : std::filesystem::directory_iterator(SAMPLE_LINES)) {
+    const auto text = linesOf(contentOf(file.path()) + "\n");
+    for (size_t i = 0; i + 1 < text.size(); ++i) {
+      if (text[i].empty()) process_ips.empty();
+      // Not those of another time, and those that repeat a letter.
+      if (text[i].empty() || strchr("#$= @", text[i][0]) || strchr(text[i].c_str(), '{')) continue;
+      const string line = text[i][0] == '|' ? text[i].substr(1) : stamped(text[i]);
+      const Kind kind = kindOf(line.c_str()).kind;
+      EXPECT_EQ(counts(kind), text[i + 1].starts_with("  admit")) << line;
+      EXPECT_LE(isNearly(kind), std::regex_match(line, login)) << line;
+    }
+  }
+}
+
+TEST_F(Kinds, OfLinesPassedOverNameWhatIsMissing) {
+  const struct {
+    Kind want;
+    const char* line;
+  } rows[] = {
+      {Kind::kLoggedIn, "dovecot: pop3-login: Logged in: user=<bob>, rip=192.0.2.7, lip=192.0.2.1"},
+      {Kind::kLevel, "dovecot: imap-login: Info: Login: user=<bob>, rip=192.0.2.7, lip=192.0.2.1"},
+      {Kind::kLevel, "imap-login: Login: user=<bob>, rip=192.0.2.7, lip=192.0.2.1"},
+      {Kind::kWords, "dovecot: imap-login: user=<bob>, rip=192.0.2.7, lip=192.0.2.1: Login"},
+      {Kind::kProgram, "shop: imap-login: Login: user=<bob>, rip=192.0.2.7, lip=192.0.2.1"},
+      {Kind::kUser, "dovecot: imap-login: Login: user=bob, rip=192.0.2.7, session=<x>"},
+      {Kind::kAddress, "dovecot: imap-login: Login: user=<bob>, lip=192.0.2.1, rip=192.0.2.7"},
+      {Kind::kAddress, "dovecot: imap-login: Login: user=<bob>, rip=192.0.2.7:4711, lip=192.0.2.1"},
+      {Kind::kConnect, "imapd[9]: Login user=alice auth=alice host=[192.0.2.8]"},
+      {Kind::kAuthenticated, "imapd[9]: Authenticated user=alice host=[192.0.2.8] mech=PLAIN"},
+      {Kind::kIPv6, "dovecot: imap-login: Login: user=<bob>, rip=fd77::7, lip=fd77::1"},
+      {Kind::kIPv6, "dovecot: imap-login: Login: user=<b>, rip=2001:db8:1:2:3:4:5:6789, lip=::1"},
+      {Kind::kIPv6, "imapd[9]: Login user=alice auth=alice nil nil nil host=[NON-IPv4], x"},
+      {Kind::kAnonymous,
+       "dovecot: imap-login: Login: user=<anonymous>, method=ANONYMOUS, "
+       "rip=192.0.2.9, lip=192.0.2.1"},
+      {Kind::kOtherService, "dovecot: submission-login: Login: user=<bob>, rip=192.0.2.7, lip=::1"},
+      {Kind::kOtherService, "dovecot: managesieve-login: Logged in: user=<bob>, rip=::1, lip=::1"},
+      {Kind::kOtherService, "imapd: LOGIN, user=bob, ip=[::ffff:192.0.2.7], protocol=IMAP"},
+      {Kind::kRefused, "dovecot: imap-login: Info: Aborted login (auth failed): user=<b>, rip=::1"},
+      {Kind::kRefused, "imapd[9]: Login SYSTEM BREAK-IN ATTEMPT user=alice host=[192.0.2.8]"},
+      {Kind::kServerLine, "dovecot: imap(login)<1><x>: Disconnected: Logged out in=1 out=2"},
+      {Kind::kOther, "postfix/smtpd[1]: warning: imap-login: Login: user=<b>, rip=1.2.3.4, x"},
+      {Kind::kOther, "exim[1]: login authenticator failed for (x) [192.0.2.7]: user=<bob>, rip="},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(kindOf(stamped(row.line).c_str()).kind, row.want) << row.line;
+  const string rfc3339 = "2026-11-21T04:05:25.192389+00:00 mail ";
+  EXPECT_EQ(kindOf((rfc3339 + "dovecot: imap-login: Login: user=<b>, rip=1.2.3.4, x").c_str()).kind,
+            Kind::kDate);
+  EXPECT_EQ(kindOf((rfc3339 + "imapd[9]: Login user=alice auth=x").c_str()).kind, Kind::kDate);
+}
