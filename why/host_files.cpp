@@ -51,32 +51,36 @@ class Reader {
   std::vector<gid_t> groups_ = std::vector<gid_t>(64);
 };
 
-// Whether it can be seen, by us.
-bool judgeMode(Report& report, const Reader& reader, const char* path, struct stat& status,
-               string& barred) {
-  if (stat(path, &status) != 0) {
-    if (errno == ENOENT)
-      report.say(Found::kWrong,
-                 "%s is missing, and a mail server can refuse all mail: make it (the package "
-                 "does), and start the daemon",
-                 path);
-    else
-      report.say(Found::kUnknown, "%s: %s; run this as root", path, strerror(errno));
-    return false;
+// What keeps the mail server from the host file, "" if nothing does.
+string judgeModes(Report& report) {
+  const Reader reader;
+  string barred;
+  for (const char* path : {"/etc", kDomains, kUserFile, kHostFile}) {
+    struct stat status = {};
+    if (stat(path, &status) != 0) {
+      if (errno == ENOENT)
+        report.say(Found::kWrong,
+                   "%s is missing, and a mail server can refuse all mail then: start the daemon, "
+                   "which makes it (for folders, install the package again)",
+                   path);
+      continue;
+    }
+    const bool is_folder = S_ISDIR(status.st_mode);
+    if (reader.has(is_folder ? 1 : 4, status)) continue;
+    const string lack = formatted(
+        "%s has mode %04o, and %s cannot %s: chmod o+%s %s", path, status.st_mode & 07777,
+        reader.name(), is_folder ? "get into it" : "read it", is_folder ? "x" : "r", path);
+    report.say(Found::kWrong, "%s", lack.c_str());
+    if (path != kUserFile) barred = lack;
   }
-  const bool is_folder = S_ISDIR(status.st_mode);
-  if (!reader.has(is_folder ? 1 : 4, status)) {
-    barred = formatted("%s has mode %04o, and %s cannot %s: chmod o+%s %s", path,
-                       status.st_mode & 07777, reader.name(), is_folder ? "get into it" : "read it",
-                       is_folder ? "x" : "r", path);
-    report.say(Found::kWrong, "%s", barred.c_str());
-  }
-  return true;
+  return barred;
 }
 
-OwnedFile open(Report& report, const char* path) {
+// Null if it is missing or may not be read; `known` says which.
+OwnedFile open(Report& report, const char* path, bool& known) {
   OwnedFile file(openStream(path, "r"));
-  if (!file)
+  known = file || errno == ENOENT || errno == ENOTDIR;
+  if (!known)
     report.say(Found::kUnknown, "%s may not be read: %s; run this as root", path, strerror(errno));
   return file;
 }
@@ -101,18 +105,13 @@ Listed readHostFiles(Report& report, const Subject& subject, const string& addre
                      std::map<string, long>& authorized) {
   Listed listed;
   listed.address = subject.isAddress() ? subject.text() : address;
-  const Reader reader;
+  listed.barred = judgeModes(report);
+  if (const OwnedFile users = open(report, kUserFile, listed.known))
+    readUsers(users.get(), subject, listed);
+  const OwnedFile hosts = open(report, kHostFile, listed.known);
   struct stat status = {};
-  for (const char* folder : {"/etc", kDomains})
-    if (!judgeMode(report, reader, folder, status, listed.barred)) return listed;
-  string barred_users;
-  if (judgeMode(report, reader, kUserFile, status, barred_users))
-    if (const OwnedFile users = open(report, kUserFile)) readUsers(users.get(), subject, listed);
-  if (!judgeMode(report, reader, kHostFile, status, listed.barred)) return listed;
+  if (!hosts || fstat(fileno(hosts.get()), &status) != 0) return listed;
   listed.written = status.st_mtime;
-  const OwnedFile hosts = open(report, kHostFile);
-  if (!hosts) return listed;
-  listed.readable = true;
   BoundedLines lines(hosts.get());
   while (const char* line = lines.next()) {
     ++listed.hosts;

@@ -9,7 +9,7 @@
 #include "why/subject.h"
 
 struct Listed {
-  bool readable = false;  // the host file could be read
+  bool known = false;  // the host file could be read, or there is none
   long long hosts = 0;
   time_t written = 0;    // when the host file was
   bool subject = false;  // the subject's address stands in it

@@ -41,7 +41,7 @@ void reportKind(Report& report, Kind kind, const Latest& latest) {
 
 // Whether the host file holds what the log says it should.
 void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
-  if (!listed.readable) return;
+  if (!listed.known) return;
   report.say(Found::kNote, "%lld %shosts are listed in %s, unchanged since %s", listed.hosts,
              survey.lines == 0 ? "old " : "", kHostFile, clockTime(listed.written).c_str());
   if (!set_up.follows || !survey.has_all_authorized) return;
@@ -146,7 +146,7 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
   else
     reason = "no login of it in " + shown(set_up.mail_log) +
              ": has the client looked for mail, on this server?";
-  if (!has_log || !listed.readable) {
+  if (!has_log || !listed.known) {
     report.conclude(false, who + ": could not find out; run this as root");
     return kUnknown;
   }

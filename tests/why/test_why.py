@@ -1,0 +1,127 @@
+"""The companion: each usual mistake is made on purpose, and named with its remedy."""
+
+import os
+import re
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+import pytest
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "scenarios"))
+from conftest import HOSTS, login, machine  # of the scenarios
+
+LOG = "/var/log/mail-logins.log"
+AT = r"(\d{4}-\d\d-\d\d )?\d\d:\d\d"
+
+
+def dovecot(text, times=1):
+    """A log of this message, written when the test runs."""
+    return lambda: login("192.0.2.7", "bob", 60, text) * times
+
+
+def login_from(address, user="bob", age=60):
+    return lambda: login(address, user, age)
+
+
+def rfc3339(text, times):
+    return lambda: f"{time.strftime('%Y-%m-%dT%H:%M:%S')}.192389+01:00 mail {text}\n" * times
+
+
+BOB = login_from("192.0.2.7", "bob@dom1.example")
+
+
+def why(machine, *arguments, account=()):
+    """Asks, and sees to it that nothing is changed: status, and what it said."""
+    listing = ["find", *map(str, map(machine.path, ("/etc/default", "/etc/virtual", "/var/log", "/run"))),
+               "-printf", r"%p %m %s %T@ %C@\n"]
+    before = subprocess.check_output(listing)
+    result = subprocess.run(machine.command(*account, os.environ["WHY"], *arguments), text=True,
+                            stdin=subprocess.DEVNULL, capture_output=True, timeout=60)
+    assert subprocess.check_output(listing) == before
+    assert result.stderr == "" and "\033" not in result.stdout
+    return result.returncode, result.stdout
+
+
+# The log, the options of the daemon, what is done before the question, the question, the answer.
+@pytest.mark.parametrize("log, options, before, subject, status, answer", [
+    (BOB, "", "", "192.0.2.7", 0, f"192.0.2.7 may relay until {AT}, as bob@dom1.example$"),
+    (BOB, "", "", "bob@dom1.example", 0, f"bob@dom1.example may relay from 192.0.2.7 until {AT}$"),
+    (BOB, "", "", "192.0.2.7", 0, "exim -bh 192.0.2.7"),
+    (BOB, "", "", "", 0, "1 x login, .*from 192.0.2.7: it counts\n.*\nnothing is wrong$"),
+    (BOB, "", "", "192.0.2.77", 1, "192.0.2.77 may not: no login of it in " + LOG),
+    (dovecot("shop: imap-login: Login: user=<bob>, rip=192.0.2.7, lip=::1"), "", "", "bob", 1,
+     "mail shop: .*\nbob may not: nearly a login .*instance_name"),
+    (dovecot("dovecot: imap-login: Login: user=<bob>, lip=::1, rip=192.0.2.7"), "", "", "", 1,
+     "WRONG 1 x nearly a login.*rip=ADDRESS.*login_log_format_elements.*\n.*user=<bob>"),
+    (rfc3339("dovecot: imap-login: Login: user=<bob>, rip=192.0.2.7, lip=::1", 412), "", "", "", 1,
+     f"WRONG 412 lines in {LOG}, none with a date that is read.*follow {LOG}, .*snippet"),
+    (dovecot("dovecot: imap-login: Logged in: user=<bob>, rip=192.0.2.7, lip=::1", 3), "", "", "", 1,
+     "WRONG 3 x nearly a login.*\"Logged in:\".*snippet is not active.*login_log_format"),
+    (login_from("fd77::7", "carol"), "", "", "FD77::0:7", 1,
+     f"fd77::7 may not: login over IPv6 at {AT} of carol from fd77::7: IPv6 is never admitted.*AAAA"),
+    (login_from("192.0.2.7", age=2880), "", "", "192.0.2.7", 1,
+     rf"may not: last login at {AT}, over at {AT} \(t 30\): connections that stay open do not"),
+    (login_from("192.0.2.7", age=7200), "", "", "", 1, "2.0 hours behind.*zone.*restart rsyslog"),
+    (login_from("192.0.2.7", age=-7200), "", "", "", 1, "2.0 hours ahead.*zone.*restart rsyslog"),
+    (login_from("192.0.2.7", age=-700), "", "", "", 1, "in the future: set the clock"),
+    (login_from("127.0.0.1"), "", "", "bob", 1, "from 127.0.0.1: loopback is never listed: allow"),
+    (dovecot("dovecot: imap-login: Disconnected (auth failed, 1 attempts): user=<bob>, rip=::1"), "",
+     "", "bob", 1, f"\nbob may not: refused login at {AT}: it does not count: wrong password"),
+    (dovecot("dovecot: imap-login: Login: user=<anonymous>, method=ANONYMOUS, rip=192.0.2.7, x"), "",
+     "", "", 1, "WRONG 1 x login without a password.*it counts, so that everybody may relay"),
+    (BOB, "", f"rm {LOG}", "", 1, f"{LOG}, is missing.*\n(.*\n)*.* 1 old hosts are listed"),
+    (BOB, "", f"> {LOG}; echo {'x' * 30} > /var/log/mail.log", "", 1, f"{LOG} is empty since {AT}"),
+    (BOB, "", f"touch -d '2 days ago' {LOG}", "", 1, f"{LOG} is not written any more since 20"),
+    (dovecot("postfix/smtpd[9]: connect from x[192.0.2.7]"), "", "", "", 1, "no line of dovecot, imapd"),
+    (BOB, "t abc", "", "", 1, "t abc is no number and counts as 0 minutes: .*end at once"),
+    (BOB, "t 0", "", "", 1, "t 0 is 0 minutes: authorizations end at once"),
+    (BOB, "t 35791395", "", "", 1, "t 35791395 is 35791395 minutes: .*end at once"),
+    (BOB, "t 9999999", "", "", 1, "hold for 6944 days, as good as never ending"),
+    (BOB, "-t 45", "", "", 1, "does not start with \"-t\": options are words without a dash"),
+    (BOB, "", "kill $(cat /run/cv-popb4smtp.pid); sleep 0.5", "", 1,
+     f"the daemon is not running .*systemctl start.*; {HOSTS} has not changed since {AT}"),
+    (BOB, "", "chmod 700 /etc/virtual", "192.0.2.7", 1, r"may not: .*mode 0700.*chmod o\+x /etc/virtual$"),
+    (BOB, "", f"chmod 600 {HOSTS}", "", 1, rf"{HOSTS} has mode 0600.*chmod o\+r {HOSTS}"),
+    (BOB, "", f": > {HOSTS}; touch -d '1 minute ago' {HOSTS}", "", 1, "WRONG 192.0.2.7 logged in"),
+    (dovecot("dovecot: submission-login: Login: user=<bob>, rip=192.0.2.7, lip=::1"), "", "", "bob", 1,
+     "bob may not: login of another program.*does not count: only"),
+    (dovecot("dovecot: imap-login: Disconnected (auth failed): user=<\033[2Jx>, rip=::1"), "", "", "",
+     0, r"user=<\\x1b\[2Jx>"),
+    (lambda: bytes(range(256)).decode("latin-1") * 4096 + "\n" + BOB(), "", "", "192.0.2.7", 0, "may relay until"),
+    (BOB, "", "cd /var/log; truncate -s 1G huge; echo >> huge; date >> huge '+%b %e %T mail dovecot: "
+     "imap-login: Login: user=<bob>, rip=192.0.2.7, lip=::1'", "192.0.2.7 f /var/log/huge", 0,
+     f"1 lines are so long.*\n(.*\n)*192.0.2.7 may relay until {AT}, as bob$"),
+])
+def test_a_mistake_is_named_with_its_remedy(machine, log, options, before, subject, status, answer):
+    machine.path(LOG).write_text(log(), encoding="latin-1", newline="\n")
+    machine.write("/etc/default/cv-popb4smtp", f'# "t"\nOPTIONS="{options} f {LOG}"\n')
+    if not options.startswith("-"):
+        machine.start(*options.split(), "f", LOG)
+        machine.wait_for(lambda: machine.read(HOSTS) is not None)
+    machine.inside(before)
+    found, said = why(machine, *subject.split())
+    assert re.search(answer, said, re.M), said
+    assert found == status, said
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can become nobody")
+def test_who_may_not_read_is_told_so(machine):
+    machine.write(LOG, BOB())
+    machine.start("f", LOG)
+    machine.wait_for(lambda: machine.hosts() == ["192.0.2.7"])
+    nobody = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups")
+    assert why(machine, "192.0.2.7", account=nobody)[0] == 0
+    machine.path(LOG).chmod(0o640)
+    assert re.search(f"{LOG} may not be read.*member of", why(machine, account=nobody)[1])
+    assert why(machine, "192.0.2.8", account=nobody)[0] == 2
+
+
+@pytest.mark.parametrize("arguments, status, text", [
+    (["-h"], 0, "Usage"), (["--help"], 0, "Usage"), (["--version"], 0, r"cv-popb4smtp-why \d"),
+    (["t"], 1, "t may not: "), (["t", "5", "t"], 1, "t may not: ")])
+def test_options_are_words_and_a_last_t_is_a_user(machine, arguments, status, text):
+    found, said = why(machine, *arguments)
+    assert re.search(text, said), said
+    assert found == status
