@@ -67,8 +67,8 @@ const Judgement& judge(const char* line) {
   email_buff[0] = '\0';
   parseLine(line);
   if (judgement.user.empty()) judgement.user = email_buff;
-  host_list.empty();
-  user_list.empty();
+  if (host_list.param > 0) host_list.empty();
+  if (user_list.param > 0) user_list.empty();
   if (process_ips.param > kMostProcesses) process_ips.empty();
   return judgement;
 }

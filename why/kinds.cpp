@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "daemon/line_date.h"
+#include "support/cv_string.h"
 #include "support/text_helpers.h"
 #include "why/judgement.h"
 
@@ -77,16 +78,11 @@ struct Message {
 
 // The program is the first word that ends with a colon, whatever the date before it looks like.
 Message messageOf(const char* line) {
-  constexpr int kMostWords = 8;
-  const char* word = line;
-  for (int i = 0; i < kMostWords && *word != '\0'; ++i) {
-    word += strspn(word, " ");
-    const size_t length = strcspn(word, " ");
-    if (length > 1 && word[length - 1] == ':')
-      return {{word, length - 1}, word + length + strspn(word + length, " ")};
-    word += length;
-  }
-  return {};
+  const char* end = strstr(line, ": ");
+  if (!end) return {};
+  const char* start = end;
+  while (start > line && start[-1] != ' ') --start;
+  return {{start, end}, end + 1 + strspn(end + 1, " ")};
 }
 
 bool isOfServer(string_view program) {
@@ -96,12 +92,6 @@ bool isOfServer(string_view program) {
 
 bool has(string_view text, string_view part) {
   return text.find(part) != text.npos;
-}
-
-// The cheap question first: most lines are no login.
-bool mayBeLogin(const char* line) {
-  return strstr(line, "ogin") || strstr(line, "ogged in") || strstr(line, "uthenticated user=") ||
-         strstr(line, "LOGIN, user=");
 }
 
 bool saysNo(string_view words) {
@@ -175,14 +165,12 @@ Kind kindOfClassic(const Message& message, long when) {
 
 Kind kindOfPassedOver(const char* line, Line& found) {
   const Message message = messageOf(line);
-  if (!mayBeLogin(line)) return isOfServer(message.program) ? Kind::kServerLine : Kind::kOther;
   if (message.program.ends_with("-login"))
     return kindOfLoginProcess(message, message.program, message.text, found);
-  const size_t length = strcspn(message.text, ": ");
-  const string_view first(message.text, length);
-  if (!first.ends_with("-login")) return kindOfClassic(message, found.when);
-  const char* text = message.text + length;
-  return kindOfLoginProcess(message, first, text + strspn(text, ": "), found);
+  const char* end = findChar(message.text, ':');
+  const string_view first(message.text, end);
+  if (!first.ends_with("-login") || has(first, " ")) return kindOfClassic(message, found.when);
+  return kindOfLoginProcess(message, first, end + strspn(end, ": "), found);
 }
 
 Kind kindOfNoAddress(const char* line, const string& address) {
@@ -197,9 +185,13 @@ const KindText& textOf(Kind kind) {
   return kTexts[static_cast<int>(kind)];
 }
 
-Line kindOf(const char* line) {
+const Line& kindOf(const char* line) {
+  static Line found;
   const Judgement& judgement = judge(line);
-  Line found{Kind::kServerLine, getTimeFromString(line), judgement.user, judgement.address};
+  found.kind = Kind::kServerLine;
+  found.when = getTimeFromString(line);
+  found.user = judgement.user;
+  found.address = judgement.address;
   switch (judgement.made) {
     case Made::kNothing:
       found.kind = kindOfPassedOver(line, found);

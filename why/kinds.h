@@ -46,5 +46,5 @@ struct Line {
 };
 
 // What the line is. Whatever the daemon takes for a login is one, whatever it looks like; only a
-// line that it passes over can nearly be one.
-Line kindOf(const char* line);
+// line that it passes over can nearly be one. Valid until the next call.
+const Line& kindOf(const char* line);

@@ -41,7 +41,7 @@ void authorize(Survey& survey, const Line& found, int lifetime, long now) {
 }
 
 void take(Survey& survey, const char* line, const Subject& subject, int lifetime, long now) {
-  const Line found = kindOf(line);
+  const Line& found = kindOf(line);
   ++survey.lines;
   if (found.when == 0)
     ++survey.undated;
