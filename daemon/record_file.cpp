@@ -52,7 +52,8 @@ char* LoginName::newPath(std::string_view below, std::string_view file) const {
 
 bool refuseName(const char* caller, const LoginName& name) {
   if (!leavesItsFolder(name.local) && !(name.domain && leavesItsFolder(name.domain))) return false;
-  log("%s: refused '%s': as a path it would leave its folder", caller, escaped(name.whole, "\\'").c_str());
+  log("%s: refused '%s': as a path it would leave its folder", caller,
+      escaped(name.whole, "\\'").c_str());
   return true;
 }
 

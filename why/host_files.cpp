@@ -77,7 +77,7 @@ string judgeModes(Report& report) {
 }
 
 // Null if it is missing or may not be read; `known` says which.
-OwnedFile open(Report& report, const char* path, bool& known) {
+OwnedFile openListed(Report& report, const char* path, bool& known) {
   OwnedFile file(openStream(path, "r"));
   known = file || errno == ENOENT || errno == ENOTDIR;
   if (!known)
@@ -106,9 +106,9 @@ Listed readHostFiles(Report& report, const Subject& subject, const string& addre
   Listed listed;
   listed.address = subject.isAddress() ? subject.text() : address;
   listed.barred = judgeModes(report);
-  if (const OwnedFile users = open(report, kUserFile, listed.known))
+  if (const OwnedFile users = openListed(report, kUserFile, listed.known))
     readUsers(users.get(), subject, listed);
-  const OwnedFile hosts = open(report, kHostFile, listed.known);
+  const OwnedFile hosts = openListed(report, kHostFile, listed.known);
   struct stat status = {};
   if (!hosts || fstat(fileno(hosts.get()), &status) != 0) return listed;
   listed.written = status.st_mtime;

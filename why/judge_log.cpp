@@ -61,60 +61,65 @@ void judgeWriting(Report& report, const string& path, const struct stat& status)
   constexpr long kBehind_s = 600;
   const string since = clockTime(status.st_mtime);
   if (status.st_size == 0) {
-    report.say(Found::kWrong, "%s is empty since %s%s: does rsyslog run, and write it? Else %s",
-               path.c_str(), since.c_str(), liveLog(path, status.st_mtime - 1).c_str(), kElsewhere);
+    report.say(Found::kWrong,
+               "%s is empty since %s%s: right after a rotation that is no fault; else: does "
+               "rsyslog run, and write it? Or %s",
+               shown(path).c_str(), since.c_str(), liveLog(path, status.st_mtime - 1).c_str(),
+               kElsewhere);
     return;
   }
   const long age = time(nullptr) - status.st_mtime;
   const string live = liveLog(path, status.st_mtime + kBehind_s);
   if (age > kLong_s || (age > kBehind_s && !live.empty()))
     report.say(Found::kWrong, "%s is not written any more since %s%s: restart rsyslog; else %s",
-               path.c_str(), since.c_str(), live.c_str(), kElsewhere);
+               shown(path).c_str(), since.c_str(), live.c_str(), kElsewhere);
 }
 
 // The last line was written when the file was. If its date says otherwise, a clock is wrong.
 void judgeClock(Report& report, const Survey& survey, time_t written) {
   constexpr long kTolerance_s = 120;
   constexpr long kHalfHour_s = 1800;
-  constexpr long kLargestShift_s = 26 * 3600;
+  constexpr long kLargestShift_s = 26L * 3600;
   if (survey.last_stamp == 0) return;
   const long now = time(nullptr);
   const long shift = survey.last_stamp - std::min<long>(written, now);
-  const long odd = (std::abs(shift) + kTolerance_s) % kHalfHour_s;
+  const long size = std::abs(shift);
+  const bool is_zone = size > kTolerance_s && size < kLargestShift_s &&
+                       (size + kTolerance_s) % kHalfHour_s <= 2 * kTolerance_s;
   const string stamp = clockTime(survey.last_stamp);
-  if (std::abs(shift) > kTolerance_s && std::abs(shift) < kLargestShift_s &&
-      odd <= 2 * kTolerance_s)
+  if (is_zone) {
     report.say(Found::kWrong,
                "the last line is dated %s, %.1f hours %s the time it was written: another time "
                "zone; after a change of zone: systemctl restart rsyslog cv-popb4smtp",
-               stamp.c_str(), static_cast<double>(std::abs(shift)) / 3600,
-               shift > 0 ? "ahead of" : "behind");
-  else if (survey.ahead > 0)
+               stamp.c_str(), static_cast<double>(size) / 3600, shift > 0 ? "ahead of" : "behind");
+  } else if (survey.ahead > 0) {
     report.say(Found::kWrong,
                "%lld lines are dated days ahead: dates have no year, and those of last December "
                "count as of the next; logrotate -f /etc/logrotate.d/cv-popb4smtp, then restart the "
                "daemon (or the clock is wrong)",
                survey.ahead);
-  else if (survey.last_stamp > now + kTolerance_s)
+  } else if (survey.last_stamp > now + kTolerance_s) {
     report.say(Found::kWrong,
                "the last line is dated %s, in the future: set the clock of the host that wrote it",
                stamp.c_str());
+  }
 }
 
 void judgeContent(Report& report, const string& path, const Survey& survey) {
   if (survey.lines == 0) return;
-  if (survey.undated == survey.lines)
+  if (survey.undated == survey.lines) {
     report.say(Found::kWrong,
                "%lld lines in %s, none with a date that is read (Mon DD HH:MM:SS): follow %s, or "
                "install the rsyslog snippet that writes it",
                survey.lines, path.c_str(), kPackagedLog);
-  else if (survey.undated > 0)
-    report.say(Found::kNote, "%lld of the lines have a date that is not read", survey.undated);
-  if (survey.of_servers == 0 && survey.undated < survey.lines)
+  } else if (survey.of_servers == 0) {
     report.say(Found::kWrong,
                "no line of dovecot, imapd or vm-pop3d in %s: they log elsewhere; see doveadm log "
                "find, journalctl -t dovecot, and have log_path = syslog and the facility mail",
                path.c_str());
+  } else if (survey.undated > 0) {
+    report.say(Found::kNote, "%lld of the lines have a date that is not read", survey.undated);
+  }
   if (survey.cut > 0)
     report.say(Found::kNote, "%lld lines are so long that only their start was read", survey.cut);
 }

@@ -16,8 +16,8 @@ struct SetUp {
 
 // Finds the daemon by its pid file, its arguments by the command line of that process or, if it is
 // not running, by /etc/default/cv-popb4smtp, and reports what it sees, of the arguments too.
-// `minutes` and `mail_log` take their place, unless they are empty.
-SetUp readSetUp(Report& report, const std::string& minutes, const std::string& mail_log);
+// What is given takes their place, unless it is empty. Sets the daemon's `minutes`.
+SetUp readSetUp(Report& report, const std::string& given_minutes, const std::string& given_log);
 
 // The whole text of a small file. False, with errno, if it cannot be read.
 bool readFile(const std::string& path, std::string& content);

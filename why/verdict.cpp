@@ -10,8 +10,8 @@ namespace {
 
 using std::string;
 
-constexpr int kYes = 0;
-constexpr int kNo = 1;
+constexpr int kGood = 0;
+constexpr int kBad = 1;
 constexpr int kUnknown = 2;
 constexpr long kTwoLooks_s = 4;  // of the daemon: within these a login need not be listed yet
 
@@ -41,12 +41,12 @@ void reportKind(Report& report, Kind kind, const Latest& latest) {
 
 // Whether the host file holds what the log says it should.
 void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
-  if (!listed.known) return;
+  if (listed.written == 0) return;
   report.say(Found::kNote, "%lld %shosts are listed in %s, unchanged since %s", listed.hosts,
              survey.lines == 0 ? "old " : "", kHostFile, clockTime(listed.written).c_str());
   if (!set_up.follows || !survey.has_all_authorized) return;
   const long now = time(nullptr);
-  for (const auto& [address, when] : survey.authorized)
+  for (const auto& [address, when] : survey.authorized) {
     if (when <= now - kTwoLooks_s && listed.written < now - kTwoLooks_s) {
       report.say(Found::kWrong,
                  "%s logged in at %s and is not in %s: see /var/log/corvane/cv-popb4smtp.log, "
@@ -54,6 +54,7 @@ void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, cons
                  shown(address).c_str(), clockTime(when).c_str(), kHostFile);
       return;
     }
+  }
 }
 
 // Why this login, which counts, does not count any more or not yet.
@@ -90,7 +91,7 @@ string untilOf(const SetUp& set_up, const Latest& login, const Listed& listed, i
                     : "as long as the daemon is not running";
   if (is_young) return "until " + over;
   if (login.when != 0) return "until the log is written next: over at " + over;
-  return formatted("until %s at the latest: its login stands in an older log",
+  return formatted("until %s at the latest (its login is not in the log as it is now)",
                    clockTime(listed.written + lifetime).c_str());
 }
 
@@ -102,14 +103,14 @@ int judgeAll(Report& report, const SetUp& set_up, const Survey& survey, const Li
   judgeListed(report, set_up, survey, listed);
   if (report.count(Found::kWrong) > 0) {
     report.conclude(false, formatted("%d wrong: see above", report.count(Found::kWrong)));
-    return kNo;
+    return kBad;
   }
   if (report.count(Found::kUnknown) > 0) {
     report.conclude(false, "nothing wrong was seen, but not all could be looked at");
     return kUnknown;
   }
   report.conclude(true, "nothing is wrong");
-  return kYes;
+  return kGood;
 }
 
 int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bool has_log,
@@ -125,7 +126,7 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
   if (other_is_later && other.address.empty()) report.quote(other.line);
   if (listed.subject && !listed.barred.empty()) {
     report.conclude(false, who + " may not: it is listed, but " + listed.barred);
-    return kNo;
+    return kBad;
   }
   if (listed.subject) {
     const string until = untilOf(set_up, counted, listed, lifetime);
@@ -134,7 +135,7 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
     report.conclude(true, who + " may relay " +
                               (subject.isAddress() ? until + ", as " + shown(user)
                                                    : "from " + listed.address + " " + until));
-    return kYes;
+    return kGood;
   }
   string reason;
   if (counted.times > 0 && (!other_is_later || over >= time(nullptr)))
@@ -151,5 +152,5 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
     return kUnknown;
   }
   report.conclude(false, who + " may not: " + reason);
-  return kNo;
+  return kBad;
 }
