@@ -23,11 +23,7 @@ struct Judgement {
   std::string address;  // the same
 };
 
-// To be called once, before the first judge(): sets the daemon's state so that it speaks, and that
-// no login of a year ago is too old for it.
-void prepareToJudge();
-
 // What it makes of the line, as if it had read all lines judged before. It keeps the addresses of
-// classic processes, as the daemon does; authorized hosts it forgets at once. Valid until the next
-// call.
+// classic processes, as the daemon does; authorized hosts it forgets at once. No login of this
+// year is too old: it sets the daemon's `minutes` so. Valid until the next call.
 const Judgement& judge(const char* line);

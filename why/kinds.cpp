@@ -95,9 +95,10 @@ bool has(string_view text, string_view part) {
 }
 
 bool saysNo(string_view words) {
-  static constexpr string_view kNoes[] = {
-      "fail",     "bort",      "Disconnected", "isallow", "Maximum", "proxy(",   "no auth",
-      "Too many", "nactivity", "rejected",     "denied",  "refused", "disabled", "BREAK-IN"};
+  static constexpr string_view kNoes[] = {"fail",      "bort",     "Disconnected", "isallow",
+                                          "Maximum",   "proxy(",   "no auth",      "Too many",
+                                          "nactivity", "rejected", "denied",       "refused",
+                                          "disabled",  "BREAK-IN", "Error: ",      "Warning: "};
   // Names are chosen by strangers.
   if (const size_t user = words.find("user="); user != words.npos && user > 0)
     words = words.substr(0, user);
@@ -144,8 +145,10 @@ Kind kindOfLoginProcess(const Message& message, string_view process, const char*
   if (saysNo(text)) return Kind::kRefused;
   const bool has_level = startsWith(text, "Info: ");
   const char* words = has_level ? text + strlen("Info: ") : text;
+  // Of those that another format puts together, only logins name a process of the mailbox.
+  const bool names_login = has(words, "ogin") || has(words, "ogged in") || has(words, "mpid=");
   const bool is_login = startsWith(words, "Login:") || startsWith(words, "Logged in:") ||
-                        (has(words, "user=") && has(words, "rip="));
+                        (names_login && has(words, "user=") && has(words, "rip="));
   if (!is_login) return isOfServer(message.program) ? Kind::kServerLine : Kind::kOther;
   if (process != "imap-login" && process != "pop3-login") return Kind::kOtherService;
   if (has_level || message.program == process) return Kind::kLevel;

@@ -6,7 +6,6 @@
 
 #include "daemon/line_date.h"
 #include "why/bounded_lines.h"
-#include "why/judgement.h"
 
 namespace {
 
@@ -64,7 +63,6 @@ void take(Survey& survey, const char* line, const Subject& subject, int lifetime
 bool surveyLog(FILE* in, const Subject& subject, int lifetime,
                const std::function<void(long long)>& progress, Survey& survey) {
   constexpr long long kProgressLines = 1 << 16;
-  prepareToJudge();
   holdCalendar(true);
   const long now = time(nullptr);
   BoundedLines lines(in);
