@@ -21,7 +21,8 @@ int lifetimeOf(const SetUp& set_up) {
 }
 
 string timeOf(const Latest& latest) {
-  return latest.when == 0 ? "an unread date" : clockTime(latest.when);
+  if (latest.when == 0) return shown(latest.line.substr(0, latest.line.find(' ')));
+  return clockTime(latest.when);
 }
 
 string whoOf(const Latest& latest) {
@@ -42,8 +43,9 @@ void reportKind(Report& report, Kind kind, const Latest& latest) {
 // Whether the host file holds what the log says it should.
 void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
   if (listed.written == 0) return;
-  report.say(Found::kNote, "%lld %shosts are listed in %s, unchanged since %s", listed.hosts,
-             survey.lines == 0 ? "old " : "", kHostFile, clockTime(listed.written).c_str());
+  report.say(Found::kNote, "%s listed in %s: %lld, unchanged since %s",
+             survey.lines == 0 ? "old hosts" : "hosts", kHostFile, listed.hosts,
+             clockTime(listed.written).c_str());
   if (!set_up.follows || !survey.has_all_authorized) return;
   const long now = time(nullptr);
   for (const auto& [address, when] : survey.authorized) {

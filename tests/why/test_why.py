@@ -63,7 +63,7 @@ def why(machine, *arguments, account=()):
      "", "bob", 1, f"\nbob may not: refused login at {AT}: it does not count: wrong password"),
     (log("dovecot: imap-login: Login: user=<anonymous>, method=ANONYMOUS, rip=192.0.2.7, x"), "",
      "", "", 1, "WRONG 1 x login without a password.*it counts, so that everybody may relay"),
-    (BOB, "", f"rm {LOG}", "", 1, f"{LOG}, is missing.*\n(.*\n)*.* 1 old hosts are listed"),
+    (BOB, "", f"rm {LOG}", "", 1, f"{LOG}, is missing.*\n(.*\n)*.* old hosts listed in {HOSTS}: 1,"),
     (BOB, "", f"> {LOG}; echo {'x' * 30} > /var/log/mail.log", "", 1, f"{LOG} is empty since {AT}"),
     (BOB, "", f"touch -d '2 days ago' {LOG}", "", 1, f"{LOG} is not written any more since 20"),
     (log("postfix/smtpd[9]: connect from x[192.0.2.7]"), "", "", "", 1, "no line of dovecot, imapd"),
