@@ -125,7 +125,7 @@ void judgeContent(Report& report, const string& path, const Survey& survey) {
 }
 
 void reportProgress(long long done, long long size) {
-  static const bool is_watched = isatty(STDERR_FILENO) == 1;
+  static const bool is_watched = isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
   if (!is_watched) return;
   if (done < 0)
     fputs("\r\033[K", stderr);

@@ -52,7 +52,8 @@ void take(Survey& survey, const char* line, const Subject& subject, int lifetime
   note(survey.kinds[static_cast<int>(found.kind)], found, line);
   if (counts(found.kind)) {
     authorize(survey, found, lifetime, now);
-    if (subject.is(found.user, found.address)) note(survey.counted, found, line);
+    if (subject.is(found.user, found.address) && found.when >= survey.counted.when)
+      note(survey.counted, found, line);
   } else if (subject.is(found.user, found.address) || subject.isIn(line)) {
     note(survey.other, found, line);
   }

@@ -121,38 +121,34 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
   const string who = shown(subject.text());
   const Latest& counted = survey.counted;
   const Latest& other = survey.other;
-  const long over = counted.when + lifetime;
   const bool other_is_later = other.times > 0 && (counted.times == 0 || other.when > counted.when);
-
-  if (other_is_later && listed.subject) report.say(Found::kNote, "%s", reasonOf(other).c_str());
   if (other_is_later && other.address.empty()) report.quote(other.line);
-  if (listed.subject && !listed.barred.empty()) {
-    report.conclude(false, who + " may not: it is listed, but " + listed.barred);
-    return kBad;
-  }
-  if (listed.subject) {
-    const string until = untilOf(set_up, counted, listed, lifetime);
-    const string user = counted.times > 0 ? counted.user : listed.user;
+
+  if (listed.subject && listed.barred.empty()) {
+    if (other_is_later) report.say(Found::kNote, "%s", reasonOf(other).c_str());
     askMailServers(report, listed.address);
-    report.conclude(true, who + " may relay " +
-                              (subject.isAddress() ? until + ", as " + shown(user)
-                                                   : "from " + listed.address + " " + until));
+    const string until = untilOf(set_up, counted, listed, lifetime);
+    const string user = shown(counted.times > 0 ? counted.user : listed.user);
+    const string how =
+        subject.isAddress() ? until + ", as " + user : "from " + listed.address + " " + until;
+    report.conclude(true, who + " may relay " + how);
     return kGood;
   }
-  string reason;
-  if (counted.times > 0 && (!other_is_later || over >= time(nullptr)))
+  if (!listed.subject && (!has_log || !listed.known)) {
+    report.conclude(false, who + ": could not find out; run this as root");
+    return kUnknown;
+  }
+  string reason = "no login of it in " + shown(set_up.mail_log) +
+                  ": has the client looked for mail, on this server?";
+  const long over = counted.when + lifetime;
+  if (listed.subject)
+    reason = "it is listed, but " + listed.barred;
+  else if (counted.times > 0 && (!other_is_later || over >= time(nullptr)))
     reason = reasonOf(set_up, counted, over);
   else if (other.times > 0)
     reason = reasonOf(other);
   else if (report.count(Found::kWrong) > 0)
     reason = report.firstWrong();
-  else
-    reason = "no login of it in " + shown(set_up.mail_log) +
-             ": has the client looked for mail, on this server?";
-  if (!has_log || !listed.known) {
-    report.conclude(false, who + ": could not find out; run this as root");
-    return kUnknown;
-  }
   report.conclude(false, who + " may not: " + reason);
   return kBad;
 }
