@@ -102,7 +102,7 @@ void readUsers(FILE* file, const Subject& subject, Listed& listed) {
 }  // namespace
 
 Listed readHostFiles(Report& report, const Subject& subject, const string& address,
-                     std::map<string, long>& authorized) {
+                     std::map<string, long long>& authorized) {
   Listed listed;
   listed.address = subject.isAddress() ? subject.text() : address;
   listed.barred = judgeModes(report);

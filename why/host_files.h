@@ -22,4 +22,4 @@ struct Listed {
 // the subject, if it is a user, has logged in from lately, or empty. Addresses that are found are
 // taken out of `authorized`, so that those are left that should be listed and are not.
 Listed readHostFiles(Report& report, const Subject& subject, const std::string& address,
-                     std::map<std::string, long>& authorized);
+                     std::map<std::string, long long>& authorized);

@@ -68,7 +68,7 @@ void judgeWriting(Report& report, const string& path, const struct stat& status)
                kElsewhere);
     return;
   }
-  const long age = time(nullptr) - status.st_mtime;
+  const long long age = time(nullptr) - status.st_mtime;
   const string live = liveLog(path, status.st_mtime + kBehind_s);
   if (age > kLong_s || (age > kBehind_s && !live.empty()))
     report.say(Found::kWrong, "%s is not written any more since %s%s: restart rsyslog; else %s",
@@ -81,9 +81,9 @@ void judgeClock(Report& report, const Survey& survey, time_t written) {
   constexpr long kHalfHour_s = 1800;
   constexpr long kLargestShift_s = 26L * 3600;
   if (survey.last_stamp == 0) return;
-  const long now = time(nullptr);
-  const long shift = survey.last_stamp - std::min<long>(written, now);
-  const long size = std::abs(shift);
+  const long long now = time(nullptr);
+  const long long shift = survey.last_stamp - std::min<long long>(written, now);
+  const long long size = std::abs(shift);
   const bool is_zone = size > kTolerance_s && size < kLargestShift_s &&
                        (size + kTolerance_s) % kHalfHour_s <= 2 * kTolerance_s;
   const string stamp = clockTime(survey.last_stamp);

@@ -2,8 +2,8 @@
 //
 // The daemon is asked itself: judge() hands the line to its parseLine(), in standalone mode, and
 // hears what that says. judgement.cpp has functions of its own in place of those by which the
-// daemon writes (log(), trace(), log_last_login(), log_dovecot_bandwidth()), so that the files they
-// stand in are not even linked.
+// daemon writes (log(), trace(), log_last_login(), log_dovecot_bandwidth()): the files that these
+// stand in are not linked, which CMakeLists.txt sees to.
 #pragma once
 
 #include <string>

@@ -155,13 +155,13 @@ Kind kindOfLoginProcess(const Message& message, string_view process, const char*
   return lackOf(message, words, found);
 }
 
-Kind kindOfClassic(const Message& message, long when) {
+Kind kindOfClassic(const Message& message, bool is_dated) {
   const bool known = isOfServer(message.program) && !message.program.starts_with("dovecot");
   if (startsWith(message.text, "LOGIN, user=")) return Kind::kOtherService;  // Courier's
   const bool is_login = startsWith(message.text, "Login ") || startsWith(message.text, "User ");
   if (known && is_login && saysNo(message.text)) return Kind::kRefused;
   if (known && startsWith(message.text, "Authenticated user=")) return Kind::kAuthenticated;
-  if (known && is_login) return when == 0 ? Kind::kDate : Kind::kConnect;
+  if (known && is_login) return is_dated ? Kind::kConnect : Kind::kDate;
   if (startsWith(message.text, "Login user=")) return Kind::kOtherService;
   return isOfServer(message.program) ? Kind::kServerLine : Kind::kOther;
 }
@@ -172,7 +172,7 @@ Kind kindOfPassedOver(const char* line, Line& found) {
     return kindOfLoginProcess(message, message.program, message.text, found);
   const char* end = findChar(message.text, ':');
   const string_view first(message.text, end);
-  if (!first.ends_with("-login") || has(first, " ")) return kindOfClassic(message, found.when);
+  if (!first.ends_with("-login") || has(first, " ")) return kindOfClassic(message, found.when != 0);
   return kindOfLoginProcess(message, first, end + strspn(end, ": "), found);
 }
 

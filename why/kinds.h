@@ -40,7 +40,7 @@ inline bool isNearly(Kind kind) {
 
 struct Line {
   Kind kind = Kind::kOther;
-  long when = 0;        // 0 if its date cannot be read
+  long long when = 0;   // 0 if its date cannot be read
   std::string user;     // of a login that the daemon takes for one
   std::string address;  // the same
 };

@@ -31,7 +31,7 @@ void note(Latest& latest, const Line& found, const char* line) {
 }
 
 // As the daemon: what is too old when it is read changes nothing.
-void authorize(Survey& survey, const Line& found, int lifetime, long now) {
+void authorize(Survey& survey, const Line& found, int lifetime, long long now) {
   if (found.when + lifetime < now) return;
   survey.authorized[found.address] = found.when;
   if (survey.authorized.size() <= kMostAuthorized) return;
@@ -39,7 +39,7 @@ void authorize(Survey& survey, const Line& found, int lifetime, long now) {
   survey.has_all_authorized = false;
 }
 
-void take(Survey& survey, const char* line, const Subject& subject, int lifetime, long now) {
+void take(Survey& survey, const char* line, const Subject& subject, int lifetime, long long now) {
   const Line& found = kindOf(line);
   ++survey.lines;
   if (found.when == 0)
@@ -65,7 +65,7 @@ bool surveyLog(FILE* in, const Subject& subject, int lifetime,
                const std::function<void(long long)>& progress, Survey& survey) {
   constexpr long long kProgressLines = 1 << 16;
   holdCalendar(true);
-  const long now = time(nullptr);
+  const long long now = time(nullptr);
   BoundedLines lines(in);
   errno = 0;
   while (const char* line = lines.next()) {

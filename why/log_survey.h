@@ -13,7 +13,7 @@
 struct Latest {
   long long times = 0;
   Kind kind = Kind::kOther;
-  long when = 0;
+  long long when = 0;
   std::string user;
   std::string address;
   std::string line;  // its start
@@ -25,13 +25,13 @@ struct Survey {
   long long of_servers = 0;  // lines of Dovecot, imapd and vm-pop3d
   long long ahead = 0;       // lines of more than a day ahead
   long long cut = 0;         // lines of which only the start was read
-  long last_stamp = 0;       // the date of the last line that has one
+  long long last_stamp = 0;  // the date of the last line that has one
   Latest kinds[kKinds];      // of every kind but the two that are no logins
   Latest counted;            // the subject's logins that count, whatever their age
   Latest other;              // the subject's other lines that are, or resemble, logins
 
   // Who would be authorized now by this log alone, with the time of the login.
-  std::map<std::string, long> authorized;
+  std::map<std::string, long long> authorized;
   bool has_all_authorized = true;  // false where there were too many to keep
 };
 

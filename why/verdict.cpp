@@ -47,7 +47,7 @@ void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, cons
              survey.lines == 0 ? "old hosts" : "hosts", kHostFile, listed.hosts,
              clockTime(listed.written).c_str());
   if (!set_up.follows || !survey.has_all_authorized) return;
-  const long now = time(nullptr);
+  const long long now = time(nullptr);
   for (const auto& [address, when] : survey.authorized) {
     if (when <= now - kTwoLooks_s && listed.written < now - kTwoLooks_s) {
       report.say(Found::kWrong,
@@ -60,8 +60,8 @@ void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, cons
 }
 
 // Why this login, which counts, does not count any more or not yet.
-string reasonOf(const SetUp& set_up, const Latest& login, long over) {
-  const long now = time(nullptr);
+string reasonOf(const SetUp& set_up, const Latest& login, long long over) {
+  const long long now = time(nullptr);
   if (over < now)
     return formatted(
         "last login at %s, over at %s (t %d): connections that stay open do not count as "
@@ -85,7 +85,7 @@ string reasonOf(const Latest& other) {
 
 // Until when somebody stays listed, as far as can be said.
 string untilOf(const SetUp& set_up, const Latest& login, const Listed& listed, int lifetime) {
-  const long now = time(nullptr);
+  const long long now = time(nullptr);
   const bool is_young = login.when != 0 && login.when + lifetime >= now;
   const string over = clockTime(login.when + lifetime);
   if (!set_up.running)
@@ -126,11 +126,12 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
 
   if (listed.subject && listed.barred.empty()) {
     if (other_is_later) report.say(Found::kNote, "%s", reasonOf(other).c_str());
-    askMailServers(report, listed.address);
+    const string address = shown(listed.address);
+    askMailServers(report, address);
     const string until = untilOf(set_up, counted, listed, lifetime);
     const string user = shown(counted.times > 0 ? counted.user : listed.user);
     const string how =
-        subject.isAddress() ? until + ", as " + user : "from " + listed.address + " " + until;
+        subject.isAddress() ? until + ", as " + user : "from " + address + " " + until;
     report.conclude(true, who + " may relay " + how);
     return kGood;
   }
@@ -140,7 +141,7 @@ int judgeSubject(Report& report, const SetUp& set_up, const Subject& subject, bo
   }
   string reason = "no login of it in " + shown(set_up.mail_log) +
                   ": has the client looked for mail, on this server?";
-  const long over = counted.when + lifetime;
+  const long long over = counted.when + lifetime;
   if (listed.subject)
     reason = "it is listed, but " + listed.barred;
   else if (counted.times > 0 && (!other_is_later || over >= time(nullptr)))
