@@ -128,21 +128,23 @@ void takeArguments(Report& report, const Words& words, SetUp& set_up, string& nu
 }
 
 void judgeMinutes(Report& report, const string& number, SetUp& set_up) {
-  constexpr long long kMonth_min = 31LL * 24 * 60;
+  constexpr int kMonth_min = 31 * 24 * 60;
+  static constexpr char kRemedy[] =
+      "put a number of minutes behind t in /etc/default/cv-popb4smtp, and restart the daemon";
   const char* text = number.c_str();
   char* end = nullptr;
-  set_up.minutes = static_cast<int>(strtol(text, &end, 10));  // as the daemon reads it
+  const long value = strtol(text, &end, 10);
+  set_up.minutes = static_cast<int>(value);  // as the daemon reads it
   minutes = set_up.minutes;
-  const bool is_number = end != text;
-  const char* remedy = "put a number of minutes behind t in /etc/default/cv-popb4smtp, and restart";
-  if (!is_number || lifetime_s() <= 0)
-    report.say(Found::kWrong, "t %s %s %d minutes: authorizations end at once; %s",
-               shown(number).c_str(), is_number ? "is" : "is no number and counts as",
-               set_up.minutes, remedy);
-  else if (set_up.minutes > kMonth_min || set_up.minutes < 0)
-    report.say(Found::kWrong,
-               "t %s: authorizations hold for %lld days, as good as never ending; %s",
-               shown(number).c_str(), lifetime_s() / 86400LL, remedy);
+  const bool wraps = value != minutes || 60LL * minutes != lifetime_s();
+  const char* what = end == text ? "is no number and counts as" : wraps ? "wraps round to" : "is";
+  if (lifetime_s() <= 0)
+    report.say(Found::kWrong, "t %s %s %d seconds: authorizations end at once; %s",
+               shown(number).c_str(), what, lifetime_s(), kRemedy);
+  else if (wraps || minutes > kMonth_min)
+    report.say(Found::kWrong, "t %s %s %d seconds: authorizations %s; %s", shown(number).c_str(),
+               what, lifetime_s(), wraps ? "end when nobody expects it" : "as good as never end",
+               kRemedy);
 }
 
 bool exists(const char* path) {
