@@ -3,8 +3,9 @@
 #pragma once
 
 // Appends "YYYY:MM:DD-HH:MM:SS: " and the formatted message as one line to the activity log; in
-// standalone mode also prints it. The file is opened for each line, so it may be rotated or
-// removed at any time. A log that cannot be written is passed over in silence.
+// standalone mode then prints it. The file is opened for each line, so it may be rotated or removed
+// at any time. A log that cannot be written is passed over in silence; a pipe in its place is not
+// waited for.
 void log(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Prints, in standalone mode only.

@@ -6,15 +6,33 @@
 #include <cerrno>
 
 namespace cv {
+namespace {
+
+int flagsFor(char mode) {
+  switch (mode) {
+    case 'w':
+      return O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+    case 'a':
+      return O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC;
+    default:
+      return O_RDONLY | O_CLOEXEC;
+  }
+}
+
+}  // namespace
 
 FILE* openStream(const char* path, const char* mode) {
-  const int flags = (*mode == 'w' ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC;
+  const int flags = flagsFor(*mode);
   int file = open(path, flags | O_NONBLOCK, 0666);
   // Somebody has a lease on this file, and gives it back when we wait.
   if (file == -1 && errno == EWOULDBLOCK) file = open(path, flags, 0666);
   if (file == -1) return nullptr;
   FILE* stream = fdopen(file, mode);
-  if (!stream) close(file);
+  if (!stream) {
+    const int error = errno;
+    close(file);
+    errno = error;
+  }
   return stream;
 }
 

@@ -13,9 +13,10 @@ struct CloseFile {
 // A file that is closed when its holder goes; null if it could not be opened.
 using OwnedFile = std::unique_ptr<FILE, CloseFile>;
 
-// As fopen() for "r" or "w": a stream that the caller closes, or null with the reason in errno. It
-// never waits for the other end of a pipe: one without a writer is empty, and one without a reader
-// cannot be opened for writing (ENXIO).
+// As fopen() for "r", "w" or "a": a stream that the caller closes, or null with the reason in
+// errno. It never waits for the other end of a pipe. For reading, a pipe without a writer is empty.
+// For writing, one without a reader cannot be opened (ENXIO), and what no longer fits into a full
+// one is lost (EAGAIN).
 FILE* openStream(const char* path, const char* mode);
 
 }  // namespace cv

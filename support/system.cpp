@@ -118,7 +118,7 @@ const char* reasonForMissing(int error) {
       return "A component of the path is not a directory.";
     case ENAMETOOLONG:
       return "File name too long.";
-    case ELOOP:
+    case ELOOP:  // with two blanks, as this text has always had
       return "Too many symbolic links encountered while  traversing the path.";
     default:
       return "Unknown error";
@@ -169,7 +169,7 @@ char* getDataFromFile(Logging* log, Config* limits, const char* path, int save_i
     if (save_in_cache == 2) return known;
   }
   if (!pathExists(path, 0, true, true)) return nullptr;
-  const OwnedFile file(fopen(path, "r"));
+  const OwnedFile file(openStream(path, "r"));
   if (!file) {
     Logging::orDefault(log).errorLog_debug(2500, "Unable to get data from file: %s: %s", path,
                                            strerror(errno));
