@@ -15,6 +15,7 @@
 
 int main(int argc, char** argv) {
   constexpr unsigned kPoll_s = 2;
+  prepareProcess();
   // Whoever watches the standalone mode sees each line at once, through a pipe too.
   setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   readArguments(argc, argv);

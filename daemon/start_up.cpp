@@ -1,5 +1,7 @@
 #include "daemon/start_up.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -7,6 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <new>
 
 #include "daemon/activity_log.h"
 #include "daemon/paths.h"
@@ -18,12 +22,8 @@
 
 namespace {
 
-constexpr int kStatusRunning = 1;
+constexpr int kStatusCannotStart = 1;
 constexpr int kStatusUsage = 5;
-
-bool exists(const char* path) {
-  return pathExists(path, 0, true, true) != 0;
-}
 
 const char* defaultMailLog() {
   return exists(kMailLog) ? kMailLog : kMailLogOtherwise;
@@ -42,7 +42,7 @@ const char* defaultMailLog() {
 }
 
 void setMinutes(const char* argument) {
-  minutes = static_cast<int>(strtol(argument, nullptr, 10));
+  minutes = static_cast<int>(strtoll(argument, nullptr, 10));
   log("Using set timeout value: %d minutes", minutes);
 }
 
@@ -64,12 +64,48 @@ int recordedPid() {
 }
 
 void writePidFile() {
-  const OwnedFile file(fopen(kPidFile, "w"));
+  const OwnedFile file(openStream(kPidFile, "w"));
   if (!file) {
     log("Error creating pid file");
     return;
   }
   fprintf(file.get(), "%d\n", getpid());
+}
+
+// Waits until no other start is under way, and takes the lock that says that one is. Returns the
+// descriptor that holds it. With all of its copies closed, or their processes gone, it is free: a
+// start that is killed leaves nothing. Everybody who may read the folder can hold such a lock, so
+// it is not waited for without end. -1 if it cannot be had; the daemon then starts all the same.
+int lockStarts() {
+  constexpr int kTries = 1000;
+  constexpr timespec kPause = {0, 10'000'000};  // ten seconds in all
+  const int folder = open(kPidFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder == -1) return -1;
+  for (int i = 0; i < kTries; ++i) {
+    if (flock(folder, LOCK_EX | LOCK_NB) == 0) return folder;
+    if (errno != EWOULDBLOCK) break;
+    nanosleep(&kPause, nullptr);
+  }
+  close(folder);
+  return -1;
+}
+
+void endIfOneRuns() {
+  const int pid = recordedPid();
+  // A negative number is no process; kill() would take it for a group of them.
+  if (pid <= 0 || kill(pid, 0) != 0) return;
+  // The two blanks are as administrators' scripts know them.
+  log("Cannot start.  PID %d is already running.", pid);
+  printf("Cannot start.  PID %d is already running.\n", pid);
+  exit(kStatusCannotStart);
+}
+
+// Waits until the last copy of the pipe's other end has been closed.
+[[noreturn]] void endAfter(int pipe_end) {
+  char none;
+  while (read(pipe_end, &none, 1) == -1 && errno == EINTR) {
+  }
+  exit(0);
 }
 
 ssize_t discard(void*, const char*, size_t size) {
@@ -89,7 +125,31 @@ void closeStandardStreams() {
   close(2);
 }
 
+// Given back when memory runs out, so that there is some for the last message.
+char* reserve = nullptr;
+
+void endWithoutMemory() {
+  std::set_new_handler(nullptr);
+  delete[] reserve;
+  log("Out of memory: the daemon ends.");
+  abort();
+}
+
 }  // namespace
+
+void prepareProcess() {
+  // What nobody reads any more, or a file at its limit of size, is a write that fails.
+  signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
+  // Descriptors 0 to 2 that are closed would be given to the next files, and what is printed land
+  // in one of them.
+  int file = 0;
+  while (file >= 0 && file <= 2) file = open("/dev/null", O_RDWR | O_CLOEXEC);
+  if (file > 2) close(file);
+  constexpr size_t kReserve = 64 * 1024;
+  reserve = new char[kReserve];
+  std::set_new_handler(endWithoutMemory);
+}
 
 void readArguments(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
@@ -108,20 +168,25 @@ void readArguments(int argc, char** argv) {
 }
 
 void setDaemon() {
-  const int pid = recordedPid();
-  // A negative number is no process; kill() would take it for a group of them.
-  if (pid > 0 && kill(pid, 0) == 0) {
-    log("Cannot start.  PID %d is already running.", pid);
-    printf("Cannot start.  PID %d is already running.\n", pid);
-    exit(kStatusRunning);
-  }
+  const int lock = lockStarts();
+  endIfOneRuns();
+  int written[2] = {-1, -1};  // a pipe whose end says that the pid file has been written
+  // Without it we carry on: the first process then ends a moment early.
+  [[maybe_unused]] const int result = pipe2(written, O_CLOEXEC);
   const pid_t child = fork();
   if (child == -1) {
-    log("Cannot start.  Unable to fork: %s", strerror(errno));
-    exit(kStatusRunning);
+    const char* const reason = strerror(errno);
+    log("Cannot start.  Unable to fork: %s", reason);
+    printf("Cannot start.  Unable to fork: %s\n", reason);
+    exit(kStatusCannotStart);
   }
-  if (child != 0) exit(0);
+  if (child != 0) {
+    close(written[1]);
+    endAfter(written[0]);
+  }
   setsid();
   closeStandardStreams();
   writePidFile();
+  // The lock first: when the first process ends, the next start need not wait.
+  for (const int descriptor : {lock, written[0], written[1]}) close(descriptor);
 }
