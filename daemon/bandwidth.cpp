@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "daemon/activity_log.h"
+#include "daemon/paths.h"
 #include "daemon/record_file.h"
 #include "support/cv_string.h"
-#include "support/system.h"
 #include "support/text_helpers.h"
 
 namespace {
@@ -65,6 +65,7 @@ bool readTraffic(const char* event, bool is_pop, Traffic& traffic) {
     traced = bytes + strlen(" bytes=");
     readCounts(traced, "/", traffic);
   } else if (is_pop) {
+    // Not traced, unlike the other forms: who compares traces knows it so.
     const char* retrieved = findField(event, " retr=");
     const char* bytes_out = retrieved ? behindChar(retrieved, '/', 1) : nullptr;
     if (!bytes_out) return false;
@@ -91,7 +92,7 @@ void recordTraffic(const char* login, const char* type, const Traffic& traffic, 
     const int error = errno;
     // Who has no folder has no records.
     const OwnedText folder(name.newPath());
-    if (pathExists(folder.get(), 0, true, true))
+    if (exists(folder.get()))
       log("Cannot open %s for logging dovecot bytes: %s", path.get(), strerror(error));
     return;
   }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "daemon/activity_log.h"
+#include "daemon/paths.h"
 #include "daemon/record_file.h"
 #include "daemon/state.h"
 #include "support/system.h"
@@ -12,17 +13,13 @@
 
 namespace {
 
-bool exists(const OwnedText& path) {
-  return pathExists(path.get(), 0, true, true) != 0;
-}
-
 // Makes sure that the folder is there. False if it cannot be, with a message for a domain's.
 bool haveFolder(const LoginName& name) {
   const OwnedText home(name.newPath());
-  if (!name.domain) return exists(home);
+  if (!name.domain) return exists(home.get());
   const OwnedText folder(name.newPath("/last_login"));
-  if (exists(folder)) return true;
-  if (!exists(home)) {
+  if (exists(folder.get())) return true;
+  if (!exists(home.get())) {
     log("write_last_logins: could not find %s to log %s@%s", home.get(),
         std::string(name.local).c_str(), name.domain);
     return false;
@@ -41,17 +38,16 @@ void writeLastLogin(const char* who, const char* record) {
   if (refuseName("write_last_logins", name)) return;
   const OwnedText path(name.domain ? name.newPath("/last_login/", name.local)
                                    : name.newPath("/last_login"));
-  // The folder of a domain is nearly always there, and is looked for only where it seems not to be.
-  // Users without a domain may well have none.
-  const bool written = name.domain && replaceRecord(path.get(), record);
-  if (!written && !haveFolder(name)) return;
-  if (!written && !replaceRecord(path.get(), record)) {
-    log("Cannot open %s for logging last login", path.get());
-    return;
-  }
-  if (!is_daemon)
+  const auto announce = [&] {
     trace("last_login: %s@%s '%s'\n", std::string(name.local).c_str(), printable(name.domain),
           record);
+  };
+  // The folder of a domain is nearly always there, and is looked for only where it seems not to be.
+  // Users without a domain may well have none.
+  if (name.domain && replaceRecord(path.get(), record, announce)) return;
+  if (!haveFolder(name)) return;
+  if (!replaceRecord(path.get(), record, announce))
+    log("Cannot open %s for logging last login", path.get());
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <string>
 
@@ -19,23 +20,49 @@ bool leavesItsFolder(std::string_view part) {
   return part == "." || part == ".." || part.find('/') != part.npos;
 }
 
-int openRecord(const char* path, int flags) {
-  // Whoever may write in the folder could otherwise have root overwrite any file by a link, or
-  // stand still at a pipe.
-  constexpr int kSafely = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-  constexpr mode_t kMode = 0666;  // less the umask, as fopen() has it
-  return open(path, O_WRONLY | O_CREAT | kSafely | flags, kMode);
-}
+// A file for a record, open for writing until its holder goes. Whoever may write in the folder
+// could otherwise have root overwrite any file by a link, or stand still at a pipe; and what he
+// puts there in place of a file is no record's.
+class RecordFile {
+ public:
+  RecordFile(const char* path, int flags) {
+    constexpr int kSafely = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    constexpr mode_t kMode = 0666;  // less the umask, as fopen() has it
+    file_ = open(path, O_WRONLY | O_CREAT | kSafely | flags, kMode);
+    if (file_ == -1) return;
+    struct stat status;
+    if (fstat(file_, &status) != 0)
+      giveUp(errno);
+    else if (!S_ISREG(status.st_mode))
+      giveUp(ENXIO);  // as open() says of a pipe without a reader
+    else
+      size_ = status.st_size;
+  }
+  ~RecordFile() {
+    if (file_ != -1) close(file_);
+  }
+  RecordFile(const RecordFile&) = delete;
+  RecordFile& operator=(const RecordFile&) = delete;
 
-// What is no ordinary file may refuse.
-void cut(int file, off_t length) {
-  [[maybe_unused]] const int result = ftruncate(file, length);
-}
+  bool isOpen() const { return file_ != -1; }  // if not, errno says why
+  off_t size() const { return size_; }         // when it was opened
 
-bool mayBeLonger(int file, size_t length) {
-  struct stat status;
-  return fstat(file, &status) != 0 || status.st_size > static_cast<off_t>(length);
-}
+  // As write(): one call, so that no reader sees a part of the text, unless the disk is full.
+  ssize_t put(std::string_view text) const { return write(file_, text.data(), text.size()); }
+
+  // We carry on if it fails, as where a record cannot be written.
+  void cut(off_t length) const { [[maybe_unused]] const int result = ftruncate(file_, length); }
+
+ private:
+  void giveUp(int error) {
+    close(file_);
+    file_ = -1;
+    errno = error;
+  }
+
+  int file_ = -1;
+  off_t size_ = 0;
+};
 
 }  // namespace
 
@@ -57,25 +84,23 @@ bool refuseName(const char* caller, const LoginName& name) {
   return true;
 }
 
-bool replaceRecord(const char* path, std::string_view record) {
-  const int file = openRecord(path, 0);
-  if (file == -1) return false;
+bool replaceRecord(const char* path, std::string_view record, const std::function<void()>& opened) {
+  const RecordFile file(path, 0);
+  if (!file.isOpen()) return false;
+  if (opened) opened();
   // Written over the record before, unless that would leave an end of it. Emptying the file would
   // give its block back and ask for it again, which some file systems then write to the disk at
   // once, and who reads it in between would find nothing.
-  if (mayBeLonger(file, record.size())) cut(file, 0);
-  const ssize_t written = write(file, record.data(), record.size());
+  if (file.size() > static_cast<off_t>(record.size())) file.cut(0);
+  const ssize_t written = file.put(record);
   // Nothing of the old record stays, whatever became of the new one.
-  if (written != static_cast<ssize_t>(record.size())) cut(file, std::max<ssize_t>(written, 0));
-  close(file);
+  if (written != static_cast<ssize_t>(record.size())) file.cut(std::max<ssize_t>(written, 0));
   return true;
 }
 
 bool appendRecord(const char* path, std::string_view record) {
-  const int file = openRecord(path, O_APPEND);
-  if (file == -1) return false;
-  // One call, so that no reader sees a part of it. We carry on if it fails.
-  [[maybe_unused]] const ssize_t written = write(file, record.data(), record.size());
-  close(file);
+  const RecordFile file(path, O_APPEND);
+  if (!file.isOpen()) return false;
+  file.put(record);  // we carry on if it fails
   return true;
 }

@@ -3,6 +3,7 @@
 // A login name is chosen by whoever it belongs to, and the folders are open to others than root.
 #pragma once
 
+#include <functional>
 #include <string_view>
 
 // Where a login name points: the part before and behind its first '@', or all of it as `local`.
@@ -25,8 +26,9 @@ struct LoginName {
 bool refuseName(const char* caller, const LoginName& name);
 
 // Both open the file, which is created if need be, write the record and close it: as its whole
-// content, or behind what it has. Neither follows a link at the end of the path nor waits for a
-// reader of a pipe. They return false, with errno, if it cannot be opened; a failure to write is
-// not noticed.
-bool replaceRecord(const char* path, std::string_view record);
+// content, or behind what it has. Neither follows a link at the end of the path nor waits for
+// anybody. They return false, with errno, if it cannot be opened or is no regular file (ENXIO); a
+// failure to write is not noticed. `opened` is called once the file is open, before it is written.
+bool replaceRecord(const char* path, std::string_view record,
+                   const std::function<void()>& opened = nullptr);
 bool appendRecord(const char* path, std::string_view record);

@@ -1,0 +1,73 @@
+"""What strangers, limits and another start can do to the daemon: it stays, alone, and recovers."""
+
+import os
+import subprocess
+from pathlib import Path
+
+import pytest
+from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, login
+
+FOLDER, UNDATED = "/usr/local/corvane/data/users/bob", "Xyz 1 00:00:00 mail dovecot: imap-login: Login:\n"
+
+
+def test_a_pipe_in_place_of_a_record_gets_none(machine):
+    machine.path(FOLDER).mkdir(parents=True)
+    names = [f"{FOLDER}/{name}" for name in ("dovecot.bytes", "last_login")]
+    for name in names:
+        os.mkfifo(machine.path(name))
+    pipes = [os.open(machine.path(name), os.O_RDONLY | os.O_NONBLOCK) for name in names]
+    machine.write(LOG, login("192.0.2.1") +
+                  login("", text="dovecot: imap({user})<1><x>: Logged out in=1 out=2"))
+    machine.start()
+    messages = [f"Cannot open {names[0]} for logging dovecot bytes: No such device or address",
+                f"Cannot open {names[1]} for logging last login"]
+    machine.wait_for(lambda: machine.activity() == messages)
+    assert [os.read(pipe, 1) for pipe in pipes] == [b"", b""]
+
+
+def test_a_limit_of_file_size_cuts_files_until_it_is_lifted(machine):
+    machine.write(LOG, "")
+    machine.start()
+    machine.wait_for(lambda: machine.read(HOSTS) == "")
+    limit = ["prlimit", "--pid", str(machine.background())]
+    subprocess.run([*limit, "--fsize=4:"], check=True)
+    machine.append(login("192.0.2.1") + UNDATED)
+    machine.wait_for(lambda: machine.read(HOSTS) == "192." and machine.read(ACTIVITY))
+    subprocess.run([*limit, "--fsize=unlimited:"], check=True)
+    machine.append("")
+    machine.wait_for(lambda: machine.hosts() == ["192.0.2.1"])
+
+
+@pytest.mark.parametrize("output", ["1>&-", "| true"])
+def test_a_line_of_the_activity_log_stands_there_once_whoever_reads_the_output(machine, output):
+    machine.write(LOG, UNDATED * 3)
+    machine.inside(f"$1 s f {LOG} {output} &", os.environ["DAEMON"])
+    machine.wait_for(lambda: machine.read(HOSTS) == "")
+    machine.append(login("192.0.2.1"))
+    machine.wait_for(machine.hosts)
+    assert machine.activity() == [f"Using set log file: {LOG}", *["Unable to parse the date"] * 3]
+
+
+@pytest.mark.parametrize("starts", [
+    "$1 & $1 & wait", "$1; $1 || true", "$1 & kill -9 $!; wait; $1 || true"])
+def test_of_two_starts_one_daemon_comes(machine, starts):
+    machine.write(LOG, "")
+    for _ in range(20):
+        machine.inside(starts, os.environ["DAEMON"])
+        daemons = machine.children(machine.first_process)[1:]
+        assert len(daemons) == 1
+        machine.kill(machine.read(PID_FILE).strip())
+        machine.wait_for(lambda: machine.background() is None)
+
+
+def test_memory_that_runs_out_is_the_last_thing_it_says(machine):
+    if b"__asan_init" in Path(os.environ["DAEMON"]).read_bytes():
+        pytest.skip("a sanitizer takes more address space than any limit")
+    machine.write("/var/log/maillog", "")
+    os.truncate(machine.path("/var/log/maillog"), 3 << 30)  # one long line
+    machine.inside("prlimit --as=50000000 $1", os.environ["DAEMON"])
+    machine.wait_for(lambda: machine.activity() == ["Out of memory: the daemon ends."])
+    machine.wait_for(lambda: machine.background() is None)
+    machine.write("/var/log/maillog", login("192.0.2.1"))
+    machine.start()
+    machine.wait_for(machine.hosts)
