@@ -33,6 +33,20 @@ class ManyLines {
   }
 };
 
+// As parseLogFrom(), whose `long` ends at 2 GiB on 32-bit machines.
+void readLogFrom(off_t position) {
+  if (!maillog) return;
+  const bool sought = fseeko(maillog, position, SEEK_SET) == 0;
+  const bool is_pipe = !sought && errno == ESPIPE;
+  // Read from the top instead, sessions would be recorded again.
+  if (!sought && !is_pipe) return;
+  const ManyLines many_lines;
+  LineReader lines(&logging, maillog, buffer, buff_size);
+  while (const char* line = lines.next()) parseLine(line);
+  // A pipe is read as it comes, and a file in its place from the top.
+  last_pos = is_pipe ? 0 : position + lines.handedOver();
+}
+
 }  // namespace
 
 int logChanged() {
@@ -50,6 +64,7 @@ int logChanged() {
 bool openLog() {
   maillog = openStream(log_file, "r");
   if (!maillog) {
+    // The tab before the colon is how this message has always looked.
     log("Unable to open %s for reading\t: %s", log_file, strerror(errno));
     return false;
   }
@@ -58,12 +73,7 @@ bool openLog() {
 }
 
 void parseLogFrom(long position) {
-  if (!maillog) return;
-  const ManyLines many_lines;
-  fseek(maillog, position, SEEK_SET);
-  LineReader lines(&logging, maillog, buffer, buff_size);
-  while (const char* line = lines.next()) parseLine(line);
-  last_pos = ftell(maillog);
+  readLogFrom(position);
 }
 
 void updateHosts() {
@@ -71,7 +81,7 @@ void updateHosts() {
   clearOldIps();
   last_login.empty();
   if (!openLog()) return;
-  parseLogFrom(last_pos);
+  readLogFrom(static_cast<off_t>(last_pos));
   fclose(maillog);
   maillog = nullptr;
   writeHostFile();

@@ -13,7 +13,8 @@ bool openLog();
 
 // Reads maillog, if it is open, from the byte `position` to its end, hands each line to parseLine()
 // and leaves in last_pos where it ended. A last line that is still being written counts as a line,
-// and so does its rest in the next scan.
+// and so does its rest in the next scan. Where reading fails the next scan goes on, with the line
+// that could not be read whole.
 void parseLogFrom(long position);
 
 // One scan: expires old hosts, reads the new lines, rewrites both host files and writes the last

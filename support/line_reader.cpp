@@ -103,18 +103,21 @@ const char* LineReader::next() {
     const auto left = static_cast<size_t>(end_ - start_);
     if (auto* newline = static_cast<char*>(memchr(start_, '\n', left))) return inPlace(newline);
     if (left == kBlock) return inBuffer();
-    if (!readBlock()) return left > 0 ? inPlace(nullptr) : nullptr;
+    if (!readBlock()) return left > 0 && !ferror(in_) ? inPlace(nullptr) : nullptr;
   }
 }
 
-// Reads on behind what is left of the last block. False at the end of input.
+// Reads on behind what is left of the last block. False at the end of input, and where reading
+// fails: ferror() then says so.
 bool LineReader::readBlock() {
   const auto left = static_cast<size_t>(end_ - start_);
   memmove(block_, start_, left);
   start_ = block_;
   end_ = block_ + left;
+  clearerr(in_);
   const size_t n = fread(end_, 1, static_cast<size_t>(block_ + kBlock - end_), in_);
   end_ += n;
+  end_offset_ += static_cast<long long>(n);
   return n > 0;
 }
 
@@ -132,6 +135,7 @@ const char* LineReader::inPlace(char* newline) {
 // The line that starts here, by way of the buffer: it must grow, or the line is longer than a
 // block.
 const char* LineReader::inBuffer() {
+  const long long before = handedOver();
   LineInBuffer line(log_, buffer_, size_, 0);
   do {
     const auto left = static_cast<size_t>(end_ - start_);
@@ -143,6 +147,11 @@ const char* LineReader::inBuffer() {
       break;
     }
   } while (!line.full() && (start_ < end_ || readBlock()));
+  if (ferror(in_)) {  // the start of the line is in no block any more
+    start_ = end_;
+    end_offset_ = before;
+    return nullptr;
+  }
   buffer_[line.stored()] = '\0';
   return buffer_;
 }

@@ -19,7 +19,12 @@ class LineReader {
   LineReader& operator=(const LineReader&) = delete;
 
   // The next line, terminated, or null when there is none. It is valid until the next call.
+  // Where reading fails it is null as at the end, and a line of which a part has been read is not
+  // handed over.
   const char* next();
+
+  // The bytes of the lines handed over so far, with their line ends.
+  long long handedOver() const { return end_offset_ - (end_ - start_); }
 
  private:
   bool readBlock();
@@ -34,6 +39,7 @@ class LineReader {
   int& size_;
   char* start_ = block_;  // what has been read and not handed over yet: start_ .. end_ - 1
   char* end_ = block_;
+  long long end_offset_ = 0;     // bytes before end_, counted from where the reader began
   char block_[kBlock + 1] = {};  // and a NUL behind a last line without a newline
 };
 
