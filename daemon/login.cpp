@@ -21,14 +21,13 @@ constexpr char kLoopback[] = "127.0.0.1";
 
 // --- Freshness ---
 
-void traceDate(const char* label, long when) {
-  const time_t then = when;
-  trace("%s%d %s", label, static_cast<int>(when), printable(ctime(&then)));
+void traceDate(const char* label, time_t when) {
+  trace("%s%d %s", label, static_cast<int>(when), printable(ctime(&when)));
 }
 
 bool isFresh(const char* line, long then) {
-  const long now = time(nullptr);
-  if (then + lifetime_s() >= now) return true;
+  const time_t now = time(nullptr);  // 64 bits also where a long has 32
+  if (then + time_t{lifetime_s()} >= now) return true;
   if (is_daemon) return false;
   trace("DENIED: %s\n", line);
   traceDate("now: ", now);

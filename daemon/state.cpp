@@ -4,7 +4,7 @@ constexpr long long kTableSlots = 16;
 
 int is_daemon = 1;
 int buff_size = 256;
-long oldest_host = 0x7fffffff;
+int64_t oldest_host = 0x7fffffff;
 int minutes = 30;
 const char* const months[13] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",  "Jul",
                                 "Aug", "Sep", "Oct", "Nov", "Dec", nullptr};

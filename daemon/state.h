@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <cstdio>
 
 #include "support/configfile.h"
@@ -24,7 +25,7 @@ extern ConfigFile last_login;   // login name -> last-login record, gathered dur
 // The earliest login among the hosts that the latest sweep kept, 0x7fffffff if none. Only the sweep
 // sets it, never a login, so that an idle cycle costs one comparison: hosts admitted to an empty
 // table thus wait for the next change of the mail log before they are swept.
-extern long oldest_host;
+extern int64_t oldest_host;
 
 extern char* log_file;               // path of the mail log; owned
 extern struct stat filestat;         // its latest status
@@ -34,7 +35,7 @@ extern long long last_pos;           // bytes of it read so far; 0 again after i
 extern FILE* maillog;                // open during a scan only
 
 extern int buff_size;  // size of `buffer` in bytes; long lines enlarge both
-extern char* buffer;   // for lines of the mail log that stand in no block whole; owned
+extern char* buffer;   // for long lines of the mail log; owned
 
 extern char email_buff[256];  // the user of the classic login line at hand
 extern FILE* hosts;           // the host file being written; open inside its writer only

@@ -39,7 +39,7 @@ long plainTime(const std::string& line, time_t now, int days_ahead) {
   tm before = date;
   before.tm_mday = std::clamp(date.tm_mday, 0, 99) + days_ahead;
   mktime(&before);
-  return mktime(&date);
+  return static_cast<long>(mktime(&date));
 }
 
 }  // namespace

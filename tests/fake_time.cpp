@@ -5,11 +5,16 @@ time_t fake_now = 0;
 }
 
 extern "C" {
-time_t __real_time(time_t* out);
 time_t __wrap_time(time_t* out) {
-  if (fake_now == 0) return __real_time(out);
-  if (out) *out = fake_now;
-  return fake_now;
+  timespec real;
+  clock_gettime(CLOCK_REALTIME, &real);
+  const time_t now = fake_now == 0 ? real.tv_sec : fake_now;
+  if (out) *out = now;
+  return now;
+}
+// Its name where a time has 64 bits and a long 32.
+time_t __wrap___time64(time_t* out) {
+  return __wrap_time(out);
 }
 }
 

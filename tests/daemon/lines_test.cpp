@@ -99,7 +99,7 @@ class Block {
     for (size_t at = 0; (at = text.find_first_of("0123456789", at)) != std::string::npos;) {
       const size_t digits = text.find_first_not_of("0123456789", at) - at;
       if (digits == 10 && text[at] == '1') {
-        const long distance = atol(text.c_str() + at) - now;
+        const time_t distance = atol(text.c_str() + at) - now;
         const std::string sign = distance > 0 ? "+" : "";
         text.replace(at, digits, "NOW" + (distance == 0 ? "" : sign + std::to_string(distance)));
       }
