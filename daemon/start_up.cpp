@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <new>
+#include <exception>
 
 #include "daemon/activity_log.h"
 #include "daemon/paths.h"
@@ -128,8 +128,8 @@ void closeStandardStreams() {
 // Given back when memory runs out, so that there is some for the last message.
 char* reserve = nullptr;
 
-void endWithoutMemory() {
-  std::set_new_handler(nullptr);
+// Nothing but a lack of memory throws.
+[[noreturn]] void endWithoutMemory() {
   delete[] reserve;
   log("Out of memory: the daemon ends.");
   abort();
@@ -148,7 +148,7 @@ void prepareProcess() {
   if (file > 2) close(file);
   constexpr size_t kReserve = 64 * 1024;
   reserve = new char[kReserve];
-  std::set_new_handler(endWithoutMemory);
+  std::set_terminate(endWithoutMemory);
 }
 
 void readArguments(int argc, char** argv) {
