@@ -146,7 +146,7 @@ void prepareProcess() {
   int file = 0;
   while (file >= 0 && file <= 2) file = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (file > 2) close(file);
-  constexpr size_t kReserve = 64 * 1024;
+  constexpr size_t kReserve = 65536;
   reserve = new char[kReserve];
   std::set_terminate(endWithoutMemory);
 }
