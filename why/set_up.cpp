@@ -147,11 +147,6 @@ void judgeMinutes(Report& report, const string& number, SetUp& set_up) {
                kRemedy);
 }
 
-bool exists(const char* path) {
-  struct stat status;
-  return stat(path, &status) == 0;
-}
-
 }  // namespace
 
 bool readFile(const string& path, string& content) {
