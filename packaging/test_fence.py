@@ -13,8 +13,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests/scenarios"))
 from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, PROJECT, USERS, login, machine  # of the scenarios
 
 UNIT = (PROJECT / "packaging/systemd/cv-popb4smtp.service.in").read_text()
-# The whole tree again, with "strict" read-only but for what is named before "--"; then the rest of
-# the command.
+# The whole tree again, with "strict" read-only but for what comes before "--"; then the command.
 TREE = """set -e; [ "$1" = strict ] || { while [ "$1" != -- ]; do shift; done; shift; exec "$@"; }
 shift; mkdir -p /run/fence; mount --rbind / /run/fence
 while [ "$1" != -- ]; do mount --bind "/run/fence$1" "/run/fence$1"; keep="$keep:$1:"; shift; done
@@ -66,7 +65,7 @@ def test_all_work_is_done_behind_the_fence_and_needs_each_capability(machine, la
         path == LOG or machine.path(path).mkdir(parents=True)
         machine.path(path).chmod(0o700)
         os.chown(machine.path(path), 12345, 12345)
-    machine.inside(" ".join(words("ExecStartPre")).removeprefix("+"))
+    machine.inside("\n".join(re.findall(r"^ExecStartPre=\+(.*)", UNIT, re.M)))
     for path in "/etc/x", "/run/x", "/var/log/x", "/usr/local/x":
         assert "Read-only" in run(machine, lacking, "/bin/touch", path).stderr
     assert "not permitted" in run(machine, lacking, "/bin/nice", "true").stderr
@@ -80,5 +79,6 @@ def test_all_work_is_done_behind_the_fence_and_needs_each_capability(machine, la
     files = HOSTS, USERS, PID_FILE, ACTIVITY, domain + "/dovecot.bytes", user + "/dovecot.bytes"
     done = all(map(machine.read, [*files, last])) and machine.path(last).parent.group() == "mail"
     assert done == (lacking is None)
-    # The mail server has to be able to read it.
-    assert lacking or oct(machine.path(HOSTS).stat().st_mode) == "0o100644"
+    machine.inside("\n".join(re.findall(r"^ExecStopPost=\+(.*)", UNIT, re.M)))
+    # The mail server has to be able to read them, and finds nobody there.
+    assert [(oct(machine.path(file).stat().st_mode), machine.read(file)) for file in (HOSTS, USERS)] == [("0o100644", "")] * 2
