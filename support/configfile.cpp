@@ -157,16 +157,12 @@ int ConfigFile::compareNames(const char* a, const char* b) const {
   return char_case ? strcomp(a, b) : strcasecomp(a, b);
 }
 
-int ConfigFile::compareValue(const ParamEntry& entry, const char* value) const {
-  return compareValues(entry.value, value, typeOf(entry));
-}
-
 long long ConfigFile::bisect(const char* name, const char* value, long long lo,
                              long long hi) const {
   while (lo <= hi) {
     const long long mid = (lo + hi) / 2;
     int c = compareNames(nameOf(params[mid]), name);
-    if (c == 0 && value) c = compareValue(*params[mid], value);
+    if (c == 0 && value) c = compareValues(params[mid]->value, value, typeOf(*params[mid]));
     if (c == 0) return mid;
     if (c < 0)
       lo = mid + 1;
@@ -179,7 +175,8 @@ long long ConfigFile::bisect(const char* name, const char* value, long long lo,
 long long ConfigFile::findLinearly(const char* name, const char* value) const {
   for (long long i = 0; i < param; ++i) {
     if (!params[i] || compareNames(params[i]->name, name) != 0) continue;
-    if (!value || (isTextType(typeOf(*params[i])) && compareValue(*params[i], value) == 0))
+    if (!value || (isTextType(typeOf(*params[i])) &&
+                   compareValues(params[i]->value, value, typeOf(*params[i])) == 0))
       return i;
   }
   return -1;
@@ -191,9 +188,15 @@ long long ConfigFile::getIndex(const char* name, const char* value) {
   return wait_to_sort ? findLinearly(name, value) : bisect(name, value, 0, param - 1);
 }
 
+// As getIndex(), which needs the order, but among gathered entries too.
+long long ConfigFile::find(const char* name, const char* value) {
+  const bool gathered = index_ && name && !value && char_case && ordersByName();
+  return gathered ? findGathered(name) : getIndex(name, value);
+}
+
 char* ConfigFile::getValue(const char* name) {
   static char cf_str[] = "ConfigFile", long_str[] = "Long Integer", lf_str[] = "ListFile";
-  const long long i = name && gathers() ? findGathered(name) : getIndex(name, nullptr);
+  const long long i = find(name, nullptr);
   if (i == -1) return nullptr;
   const auto type = multi_type ? params[i]->type : kText;
   return type == kConfigFile    ? cf_str
@@ -229,14 +232,12 @@ bool ConfigFile::setParam(const char* name, const char* value, bool copy, int ty
                           bool allow_empty_name) {
   if (!name || (*name == '\0' && !allow_empty_name)) return false;
   changed = true;
-  const bool gathering = gathers();
-  const long long found = gathering      ? findGathered(name)
-                          : wait_to_sort ? -1
-                                         : getIndex(name, duplicate ? value : nullptr);
+  const long long found = wait_to_sort ? -1 : find(name, duplicate ? value : nullptr);
   if (found != -1) {
     if (value) setValue(*params[found], value, copy, type);
     return true;
   }
+  const bool gathering = gathers();
   const bool in_order = !gathering && standsInOrder();
   ensureRoom();
   if (!params[param]) params[param] = newRecords(1);
@@ -338,7 +339,9 @@ int ConfigFile::compareInOrder(long long slot, const char* name, const char* val
     default:
       c = compareNames(own_name, name);
   }
-  return c == 0 && duplicate && params[slot] ? compareValue(*params[slot], value) : c;
+  return c == 0 && duplicate && params[slot]
+             ? compareValues(params[slot]->value, value, typeOf(*params[slot]))
+             : c;
 }
 
 bool ConfigFile::ordersByName() const {
@@ -424,8 +427,7 @@ void ConfigFile::gather(bool on) {
   gathering_ = on;
 }
 
-// Whether the call at hand is to work on gathered changes: where names alone decide, order can
-// wait.
+// Whether the change at hand can be gathered: where names alone decide, order can wait.
 bool ConfigFile::gathers() {
   if (!char_case || !ordersByName())
     settle();
@@ -444,7 +446,7 @@ void ConfigFile::indexFrom(long long slot) {
 
 long long ConfigFile::findGathered(const char* name) {
   // Many searches among the ordered entries cost more than an index of them.
-  if (settled_ > 0 && ++searches_ > settled_ / 16) indexFrom(0);
+  if (settled_ > 0 && ++searches_ > settled_ / 8) indexFrom(0);
   const long long slot = bisect(name, nullptr, 0, settled_ - 1);
   if (slot != -1) return slot;
   const auto nameAt = [this](uint32_t i) { return params[settled_ + i]->name; };

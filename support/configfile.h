@@ -165,12 +165,12 @@ class ConfigFile {
   void releaseEntry(ParamEntry& entry);
 
   int compareNames(const char* a, const char* b) const;
-  int compareValue(const ParamEntry& entry, const char* value) const;
   int compareInOrder(long long slot, const char* name, const char* value) const;
   bool ordersByName() const;
   bool standsInOrder() const;
   long long bisect(const char* name, const char* value, long long lo, long long hi) const;
   long long findLinearly(const char* name, const char* value) const;
+  long long find(const char* name, const char* value);
 
   bool gathers();
   void indexFrom(long long slot);
