@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -12,8 +13,8 @@ constexpr size_t kFirstBuckets = 64;
 // Others can choose names. They cannot choose such as share a bucket, for they do not know this.
 uint64_t seed() {
   uint64_t random = 0;
-  // Without random bytes an address has to do: the system puts it elsewhere at each start.
-  if (getentropy(&random, sizeof random) != 0) random = reinterpret_cast<uintptr_t>(&random);
+  // Without random bytes the time of the start has to do.
+  if (getentropy(&random, sizeof random) != 0) random = static_cast<uint64_t>(time(nullptr));
   return random;
 }
 

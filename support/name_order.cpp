@@ -17,12 +17,13 @@ using Lead = std::array<uint64_t, 2>;
 Lead leadOf(const char* name) {
   if (*name == '\0') return {UINT64_MAX, UINT64_MAX};
   Lead lead = {};
-  for (uint64_t& number : lead)
+  for (uint64_t& number : lead) {
     for (size_t i = 0; i < sizeof number; ++i) {
       number <<= 8;
       // Characters are signed. The end of a name counts as the smallest.
       if (*name != '\0') number |= static_cast<unsigned char>(*name++) ^ 0x80U;
     }
+  }
   return lead;
 }
 
