@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include "daemon/host_files.h"
 #include "daemon/last_login.h"
@@ -85,8 +86,8 @@ extern "C" {
 int __real_open(const char* path, int flags, ...);
 int __real_mkdir(const char* path, mode_t mode);
 int __wrap_open(const char* path, int flags, mode_t mode) {
-  const bool is_host_file = path == std::string(kHostFile) || path == std::string(kUserFile);
-  if (flags & O_CREAT && !is_host_file) checkPath(path, !(flags & O_APPEND));
+  static const std::set<std::string> kFixed = {kHostFile, kUserFile, kActivityLog};
+  if (flags & O_CREAT && !kFixed.contains(path)) checkPath(path, !(flags & O_APPEND));
   return __real_open(path, flags, mode);
 }
 int __wrap_mkdir(const char* path, mode_t mode) {
