@@ -17,6 +17,7 @@ namespace {
 
 using std::string;
 
+constexpr long kTolerance_s = 120;
 constexpr char kPackagedLog[] = "/var/log/mail-logins.log";
 constexpr char kElsewhere[] =
     "put the right log behind f in /etc/default/cv-popb4smtp (/var/log/mail-logins.log is the "
@@ -56,42 +57,63 @@ bool judgeFile(Report& report, const SetUp& set_up, struct stat& status, bool& r
   return true;
 }
 
-void judgeWriting(Report& report, const string& path, const struct stat& status) {
+// Dates that are wrong by this belong to another time zone.
+bool isZone(long long shift) {
+  constexpr long kHalfHour_s = 1800;
+  constexpr long kLargestShift_s = 26L * 3600;
+  const long long size = std::abs(shift);
+  return size > kTolerance_s && size < kLargestShift_s &&
+         (size + kTolerance_s) % kHalfHour_s <= 2 * kTolerance_s;
+}
+
+// By how much the dates in the log are ahead of the time at which it was written.
+long long shiftOf(const Survey& survey, time_t changed) {
+  if (survey.heartbeat_sent != 0) return survey.heartbeat_stamp - survey.heartbeat_sent;
+  return survey.last_stamp - std::min(changed, time(nullptr));
+}
+
+// When the last line was written. The time of the file does not tell: the heartbeat sets it where
+// its line does not come.
+time_t lastWritten(const Survey& survey, time_t changed) {
+  const long long shift = shiftOf(survey, changed);
+  if (survey.heartbeat_sent != 0) return survey.last_stamp - shift;
+  const bool tells = survey.last_stamp != 0 && shift < 0 && !isZone(shift);
+  return tells ? survey.last_stamp : changed;
+}
+
+void judgeWriting(Report& report, const string& path, const struct stat& status,
+                  const Survey& survey) {
   constexpr long kLong_s = 6 * 3600L;
-  constexpr long kBehind_s = 600;
-  const string since = clockTime(status.st_mtime);
+  constexpr long kBehind_s = 600;  // two heartbeats
   if (status.st_size == 0) {
     report.say(Found::kWrong,
                "%s is empty since %s%s: right after a rotation that is no fault; else: does "
                "rsyslog run, and write it? Or %s",
-               shown(path).c_str(), since.c_str(), liveLog(path, status.st_mtime - 1).c_str(),
-               kElsewhere);
+               shown(path).c_str(), clockTime(status.st_mtime).c_str(),
+               liveLog(path, status.st_mtime - 1).c_str(), kElsewhere);
     return;
   }
-  const long long age = time(nullptr) - status.st_mtime;
-  const string live = liveLog(path, status.st_mtime + kBehind_s);
-  if (age > kLong_s || (age > kBehind_s && !live.empty()))
+  const time_t written = lastWritten(survey, status.st_mtime);
+  const long long age = time(nullptr) - written;
+  const string live = liveLog(path, written + kBehind_s);
+  const bool is_missed = survey.heartbeat_sent != 0 || !live.empty();
+  if (age > kLong_s || (age > kBehind_s && is_missed))
     report.say(Found::kWrong, "%s is not written any more since %s%s: restart rsyslog; else %s",
-               shown(path).c_str(), since.c_str(), live.c_str(), kElsewhere);
+               shown(path).c_str(), clockTime(written).c_str(), live.c_str(), kElsewhere);
 }
 
-// The last line was written when the file was. If its date says otherwise, a clock is wrong.
-void judgeClock(Report& report, const Survey& survey, time_t written) {
-  constexpr long kTolerance_s = 120;
-  constexpr long kHalfHour_s = 1800;
-  constexpr long kLargestShift_s = 26L * 3600;
+// If dates do not agree with the time at which they were written, a clock is wrong.
+void judgeClock(Report& report, const Survey& survey, time_t changed) {
   if (survey.last_stamp == 0) return;
   const long long now = time(nullptr);
-  const long long shift = survey.last_stamp - std::min<long long>(written, now);
-  const long long size = std::abs(shift);
-  const bool is_zone = size > kTolerance_s && size < kLargestShift_s &&
-                       (size + kTolerance_s) % kHalfHour_s <= 2 * kTolerance_s;
+  const long long shift = shiftOf(survey, changed);
   const string stamp = clockTime(survey.last_stamp);
-  if (is_zone) {
+  if (isZone(shift)) {
     report.say(Found::kWrong,
                "the last line is dated %s, %.1f hours %s the time it was written: another time "
                "zone; after a change of zone: systemctl restart rsyslog cv-popb4smtp",
-               stamp.c_str(), static_cast<double>(size) / 3600, shift > 0 ? "ahead of" : "behind");
+               stamp.c_str(), static_cast<double>(std::abs(shift)) / 3600,
+               shift > 0 ? "ahead of" : "behind");
   } else if (survey.ahead > 0) {
     report.say(Found::kWrong,
                "%lld lines are dated days ahead: dates have no year, and those of last December "
@@ -113,10 +135,13 @@ void judgeContent(Report& report, const string& path, const Survey& survey) {
                "install the rsyslog snippet that writes it",
                survey.lines, path.c_str(), kPackagedLog);
   } else if (survey.of_servers == 0) {
-    report.say(Found::kWrong,
-               "no line of dovecot, imapd or vm-pop3d in %s: they log elsewhere; see doveadm log "
-               "find, journalctl -t dovecot, and have log_path = syslog and the facility mail",
-               path.c_str());
+    constexpr long kHour_s = 3600;
+    const bool is_new = survey.own == survey.lines && survey.first_stamp > time(nullptr) - kHour_s;
+    report.say(is_new ? Found::kNote : Found::kWrong,
+               "no line of dovecot, imapd or vm-pop3d in %s, which begins at %s: if somebody has "
+               "logged in since, they log elsewhere; see doveadm log find, journalctl -t dovecot, "
+               "and have log_path = syslog and the facility mail",
+               path.c_str(), clockTime(survey.first_stamp).c_str());
   } else if (survey.undated > 0) {
     report.say(Found::kNote, "%lld of the lines have a date that is not read", survey.undated);
   }
@@ -153,8 +178,9 @@ bool judgeLog(Report& report, const SetUp& set_up, const Subject& subject, Surve
   if (status.st_size > 0)
     report.say(Found::kFine,
                "%s has %lld lines, the last written %s; %lld of dovecot, imapd and vm-pop3d",
-               path.c_str(), survey.lines, clockTime(status.st_mtime).c_str(), survey.of_servers);
-  judgeWriting(report, set_up.mail_log, status);
+               path.c_str(), survey.lines, clockTime(lastWritten(survey, status.st_mtime)).c_str(),
+               survey.of_servers);
+  judgeWriting(report, set_up.mail_log, status, survey);
   judgeContent(report, path, survey);
   judgeClock(report, survey, status.st_mtime);
   return true;

@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "daemon/line_date.h"
+#include "support/text_helpers.h"
 #include "why/bounded_lines.h"
 
 namespace {
@@ -39,6 +40,20 @@ void authorize(Survey& survey, const Line& found, int lifetime, long long now) {
   survey.has_all_authorized = false;
 }
 
+// Is it a line of the daemon's unit? Heartbeats come every five minutes, if the log is written.
+void noteOwn(Survey& survey, const char* line, long long stamp) {
+  const char* text = strstr(line, ": ");
+  if (!text) return;
+  const char* program = text;
+  while (program > line && program[-1] != ' ') --program;
+  if (!startsWith(program, "cv-popb4smtp")) return;
+  ++survey.own;
+  long long sent = 0;
+  if (sscanf(text, ": heartbeat %18lld", &sent) != 1) return;
+  survey.heartbeat_stamp = stamp;
+  survey.heartbeat_sent = sent;
+}
+
 void take(Survey& survey, const char* line, const Subject& subject, int lifetime, long long now) {
   const Line& found = kindOf(line);
   ++survey.lines;
@@ -46,8 +61,12 @@ void take(Survey& survey, const char* line, const Subject& subject, int lifetime
     ++survey.undated;
   else
     survey.last_stamp = found.when;
+  if (survey.first_stamp == 0) survey.first_stamp = found.when;
   if (found.when > now + kDay_s) ++survey.ahead;
-  if (found.kind != Kind::kOther) ++survey.of_servers;
+  if (found.kind != Kind::kOther)
+    ++survey.of_servers;
+  else if (found.when != 0)
+    noteOwn(survey, line, found.when);
   if (!isLogin(found.kind)) return;
   note(survey.kinds[static_cast<int>(found.kind)], found, line);
   if (counts(found.kind)) {

@@ -21,14 +21,20 @@ struct Latest {
 
 struct Survey {
   long long lines = 0;
-  long long undated = 0;     // lines whose date cannot be read
-  long long of_servers = 0;  // lines of Dovecot, imapd and vm-pop3d
-  long long ahead = 0;       // lines of more than a day ahead
-  long long cut = 0;         // lines of which only the start was read
-  long long last_stamp = 0;  // the date of the last line that has one
-  Latest kinds[kKinds];      // of every kind but the two that are no logins
-  Latest counted;            // the subject's logins that count, whatever their age
-  Latest other;              // the subject's other lines that are, or resemble, logins
+  long long undated = 0;      // lines whose date cannot be read
+  long long of_servers = 0;   // lines of Dovecot, imapd and vm-pop3d
+  long long own = 0;          // lines of the daemon's unit: its start, heartbeats
+  long long ahead = 0;        // lines of more than a day ahead
+  long long cut = 0;          // lines of which only the start was read
+  long long first_stamp = 0;  // the date of the first line that has one
+  long long last_stamp = 0;   // of the last one
+  // The date of the last heartbeat, and the time at which it was written by its own words. Both 0
+  // if there is none.
+  long long heartbeat_stamp = 0;
+  long long heartbeat_sent = 0;
+  Latest kinds[kKinds];  // of every kind but the two that are no logins
+  Latest counted;        // the subject's logins that count, whatever their age
+  Latest other;          // the subject's other lines that are, or resemble, logins
 
   // Who would be authorized now by this log alone, with the time of the login.
   std::map<std::string, long long> authorized;

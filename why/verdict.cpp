@@ -44,7 +44,7 @@ void reportKind(Report& report, Kind kind, const Latest& latest) {
 void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
   if (listed.written == 0) return;
   report.say(Found::kNote, "%s listed in %s: %lld, unchanged since %s",
-             survey.lines == 0 ? "old hosts" : "hosts", kHostFile, listed.hosts,
+             survey.lines == 0 && listed.hosts > 0 ? "old hosts" : "hosts", kHostFile, listed.hosts,
              clockTime(listed.written).c_str());
   if (!set_up.follows || !survey.has_all_authorized) return;
   const long long now = time(nullptr);

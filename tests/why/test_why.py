@@ -21,6 +21,11 @@ def log(text=None, address="192.0.2.7", user="bob", age=60, times=1):
     return lambda: (login(address, user, age, text) if text else login(address, user, age)) * times
 
 
+def heartbeats(age):
+    """A log with a heartbeat of that age, as the last line that came."""
+    return lambda: login("", "", age, f"cv-popb4smtp: heartbeat {int(time.time()) - age}")
+
+
 BOB = log(user="bob@dom1.example")
 
 
@@ -66,6 +71,8 @@ def why(machine, *arguments, account=()):
     (BOB, "", f"rm {LOG}", "", 1, f"{LOG}, is missing.*\n(.*\n)*.* old hosts listed in {HOSTS}: 1,"),
     (BOB, "", f"> {LOG}; echo {'x' * 30} > /var/log/mail.log", "", 1, f"{LOG} is empty since {AT}"),
     (BOB, "", f"touch -d '2 days ago' {LOG}", "", 1, f"{LOG} is not written any more since 20"),
+    (heartbeats(7200), "", "", "", 1, rf"{LOG} is not written any more since {AT}(?!(.*\n)*.*zone)"),
+    (heartbeats(60), "", "", "", 0, "note  no line of dovecot"),
     (log("postfix/smtpd[9]: connect from x[192.0.2.7]"), "", "", "", 1, "no line of dovecot, imapd"),
     (BOB, "t abc", "", "", 1, "t abc is no number and counts as 0 seconds: .*end at once"),
     (BOB, "t 0", "", "", 1, "t 0 is 0 seconds: authorizations end at once"),
