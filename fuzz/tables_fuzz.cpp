@@ -1,14 +1,12 @@
-// ConfigFile and ListFile through any sequence of calls and of writes to their fields, against the
-// same steps taken on plain values. Whatever comes, every slot and every answer must be the same.
+// ConfigFile through any sequence of calls and of writes to its fields, against the same steps
+// taken on plain values. Whatever comes, every slot and every answer must be the same.
 
 #include <optional>
 #include <vector>
 
 #include "fuzz.h"
 #include "support/configfile.h"
-#include "support/container.h"
 #include "support/cv_string.h"
-#include "support/listfile.h"
 
 namespace {
 
@@ -195,64 +193,10 @@ void driveTable(Input& input) {
   check(copy, plain);
 }
 
-// Sorted lists of all four kinds, whose elements and settings may be exchanged at any time.
-void driveList(Input& input) {
-  const int kind = static_cast<int>(input.byte() % 4);
-  ListFile list(nullptr, "file");
-  std::vector<std::string> plain;
-  if (kind == ListFile::kContainers) list.set_to_Container_type();
-  list.listType = kind;
-  const auto textAt = [&](int i) -> std::string {
-    if (kind != ListFile::kContainers) return static_cast<char*>(list.elements[i]);
-    return (*static_cast<Container*>(list.elements[i])->data.s)();
-  };
-  const auto compare = [&](const std::string& a, const std::string& b) {
-    const bool by_case =
-        kind == ListFile::kContainers || list.get_setting(ListFile::kCaseSensitive);
-    static constexpr decltype(&strcomp) kOrders[] = {strcomp, ipcomp, ipv6comp, strcomp};
-    return (kind == 0 && !by_case ? strcasecomp : kOrders[kind])(a.c_str(), b.c_str());
-  };
-  const auto index = [&](const std::string& key) {
-    const bool by_case = list.get_setting(ListFile::kCaseSensitive);
-    return bisect(static_cast<long>(plain.size()), [&](long i) {
-      const std::string& element = plain[static_cast<size_t>(i)];
-      if (kind != ListFile::kContainers) return -compare(key, element);
-      return (by_case ? strcomp : strcasecomp)(element.c_str(), key.c_str());
-    });
-  };
-  while (!input.rest.empty()) {
-    static constexpr const char* kAddresses[] = {
-        "10.0.0.9",        "10.0.0.10",       "9.9.9.9", "10.0.0.9x",
-        "1:2:3:4:5:6:7:8", "1:2:3:4:5:6:7:a", "::1",     "1:2"};
-    const unsigned what = input.byte();
-    const std::string text = what & 16 ? kAddresses[what / 32] : nameFrom(input);
-    if (what % 8 == 0) {
-      list.gather(what & 16);
-    } else if (what % 8 == 1 && !plain.empty()) {
-      list.gather(false);
-      std::swap(list.elements[0], list.elements[what / 16 % plain.size()]);
-      std::swap(plain[0], plain[what / 16 % plain.size()]);
-      list.set_setting(ListFile::kCaseSensitive, what & 128);
-    } else {
-      list.addElement(text.c_str(), true, false);
-      if (text.empty() || index(text) != -1) continue;
-      plain.push_back(text);
-      quickSort(plain, 0, static_cast<long>(plain.size()) - 1, compare);
-    }
-    CHECK(list.getIndex(text.c_str(), false) == index(text), text);
-  }
-  CHECK(list.count == static_cast<int>(plain.size()), std::to_string(list.count));
-  for (int i = 0; i < list.count; ++i)
-    CHECK(textAt(i) == plain[static_cast<size_t>(i)], plain[static_cast<size_t>(i)]);
-}
-
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
-  if (input.byte() % 4)
-    driveTable(input);
-  else
-    driveList(input);
+  driveTable(input);
   return 0;
 }

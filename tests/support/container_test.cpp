@@ -82,14 +82,12 @@ TEST(Container, EqualKindsCompareByValueOrSize) {
     const char* what;
     Owned less, more;
   } rows[] = {
-      {"signed characters", text("\xff"), text("A")},
       {"case", text("A"), text("a")},
       {"tables", table(1), table(2)},
       {"lists", list(1), list(2)},
       {"ints", number(3, -1), number(3, 1)},
       {"int, long long", number(3, 2147483647), number(4, 4294967295)},
       {"long longs", number(4, -4294967295), number(4, 1)},
-      {"long long, double", number(4, -1), number(7, -0.5)},
       {"doubles", number(7, 2.5), number(7, 2.75)},
       {"a NaN on the left", number(7, 9), number(7, NAN)},
   };
@@ -99,14 +97,6 @@ TEST(Container, EqualKindsCompareByValueOrSize) {
     EXPECT_EQ(other_way, std::isnan(row.more->data.d) && row.more->type == 7 ? 1 : -1) << row.what;
   }
   EXPECT_EQ(text("A")->comp(nullptr, text("a").get(), false), 0) << "without regard to case";
-}
-
-TEST(Container, PointersCompareByAddressAndNullIsLess) {
-  int two[2];
-  void* const ascending[] = {nullptr, two, two + 1};
-  for (const int i : {0, 1, 2})
-    for (const int j : {0, 1, 2})
-      EXPECT_EQ(Container::comp_void(ascending[i], ascending[j]), (i > j) - (i < j)) << i << j;
 }
 
 TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {

@@ -1,10 +1,11 @@
-// What the list owns and copies. The order of its elements is the business of the fuzz target
-// `tables`.
+// What the list owns and copies, and the order of its elements.
 #include "support/listfile.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "support/container.h"
 #include "support/cv_string.h"
@@ -12,13 +13,13 @@
 
 namespace {
 
-std::string contents(const ListFile& list) {
-  std::string all;
+std::vector<std::string> contents(const ListFile& list) {
+  std::vector<std::string> all;
   for (int i = 0; i < list.count; ++i) {
     const char* text = static_cast<char*>(list.elements[i]);
     if (const auto* element = static_cast<Container*>(list.elements[i]); list.listType == 3)
       text = element->type == 1 ? (*element->data.s)() : Container::get_type_str(element->type);
-    all += std::string(" ") + text;
+    all.emplace_back(text);
   }
   return all;
 }
@@ -38,6 +39,38 @@ TEST(ListFile, ANewListHasTheseFields) {
   EXPECT_STREQ(list.get_user(), "nobody");
   EXPECT_EQ(list.get_group(), nullptr);
   EXPECT_EQ(list.get_permission(), 0);
+}
+
+TEST(ListFile, EveryKindStandsInItsOrderHoweverItIsFilled) {
+  const struct {
+    int kind;
+    bool by_case;
+    std::vector<std::string> order;
+  } rows[] = {
+      {ListFile::kTexts, true, {"10.0.0.10", "10.0.0.9", "B", "a", "b", "c"}},
+      {ListFile::kTexts, false, {"10.0.0.10", "10.0.0.9", "a", "B", "c"}},
+      {ListFile::kIpv4Texts, true, {"9.9.9.9", "10.0.0.9", "10.0.0.10", "10.0.1.0", "11.0.0.0"}},
+      {ListFile::kIpv6Texts, true, {"1:2:3:4:5:6:7:8", "1:2:3:4:5:6:7:a", "2:0:0:0:0:0:0:0"}},
+      {ListFile::kContainers, true, {"10.0.0.10", "10.0.0.9", "B", "a", "b"}},
+  };
+  for (const auto& row : rows)
+    for (const bool gathered : {false, true}) {
+      std::vector<std::string> given = row.order;
+      do {
+        ListFile list(nullptr, "file");
+        if (row.kind == ListFile::kContainers) list.set_to_Container_type();
+        list.listType = row.kind;
+        list.set_setting(ListFile::kCaseSensitive, row.by_case);
+        list.gather(gathered);
+        for (const std::string& text : given) list.addElement(text.c_str(), true, false);
+        list.addElement(given[0].c_str(), true, false);  // has it already
+        list.gather(false);
+        EXPECT_EQ(contents(list), row.order) << row.kind << ", first " << given[0];
+        for (int i = 0; i < list.count; ++i)
+          EXPECT_EQ(list.getIndex(row.order[static_cast<size_t>(i)].c_str(), false), i) << row.kind;
+        EXPECT_EQ(list.getIndex("0.0.0.1", false), -1) << row.kind;
+      } while (std::ranges::next_permutation(given).found);
+    }
 }
 
 TEST(ListFile, AnUnsortedListKeepsWhatItIsGivenAndItsCopyTheOrder) {
@@ -71,7 +104,8 @@ TEST(ListFile, DuplicatesStayTheCallersAndAContainerMakesItAListOfContainers) {
     list.addElement(reinterpret_cast<char*>(&number), true, true);
   }
   list.addElement(newString("a"), false, false);
-  EXPECT_EQ(contents(ListFile(nullptr, &list)), " a b Integer Integer");
+  const std::vector<std::string> want = {"a", "b", "Integer", "Integer"};
+  EXPECT_EQ(contents(ListFile(nullptr, &list)), want);
   list.set_setting(ListFile::kUnsorted, true);
   EXPECT_EQ(list.getIndex("a", true), 0) << "any key is a text to an unsorted list";
 }

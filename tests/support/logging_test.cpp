@@ -16,7 +16,6 @@
 namespace {
 
 const std::string kStamp = "2024:03:07-09:05:01:", kPid = "[" + std::to_string(getpid()) + "]:";
-const std::string kLost = kStamp + kPid + " lost\n";
 
 class LoggingTest : public testing::Test {
  protected:
@@ -49,7 +48,7 @@ TEST_F(LoggingTest, TracesArePrintedFromTheirLevelOnAndStampedAtSevens) {
   EXPECT_EQ(printedBy(10, plain), kPid + "plain\n");
 }
 
-TEST_F(LoggingTest, ErrorsGoToTheirFileTheSystemLogOrStandardOutput) {
+TEST_F(LoggingTest, ErrorsGoToTheirFileOrStandardOutput) {
   const auto all = [](Logging& log) { log.allLog(100, "%s", "all"); };
   const auto error = [](Logging& log) { log.errorLog_debug(100, "%s", "error"); };
   EXPECT_EQ(printedBy(0, error), "error\n");
@@ -57,27 +56,17 @@ TEST_F(LoggingTest, ErrorsGoToTheirFileTheSystemLogOrStandardOutput) {
   log_.error_log_path = newString("/run/error");
   log_.security_log_path = newString("/run/security");
   EXPECT_EQ(printedBy(100, all), kPid + "all\n");
-  EXPECT_EQ(printedBy(99, all), "");
   EXPECT_EQ(printedBy(100, error), kPid + "error\n");
   EXPECT_EQ(printedBy(99, [](Logging& log) { log.errorLog("100%%"); }), "");
-  log_.use_syslog = true;
-  EXPECT_EQ(printedBy(99, all), "");
   const std::string start = kStamp + kPid + " ";
-  EXPECT_EQ(contentOf("/run/security"), start + "all\n" + start + "all\n");
+  EXPECT_EQ(contentOf("/run/security"), start + "all\n");
   EXPECT_EQ(contentOf("/run/error"),
-            start + "all\n" + start + "all\n" + start + "error\n" + start + "100%\n");
-}
-
-TEST_F(LoggingTest, AFileThatCannotBeOpenedIsTracedAndTheLinePrintedFromLevelTen) {
-  const auto lose = [](Logging& log) { log.errorLog("lost"); };
+            start + "all\n" + start + "error\n" + start + "100%\n");
+  delString(log_.error_log_path);
   log_.error_log_path = newString("/run/absent/log");
-  EXPECT_EQ(printedBy(0, lose), "");
-  EXPECT_EQ(printedBy(9, lose),
-            kPid + "Error opening /run/absent/log: No such file or directory\n");
-  is_in_chroot = true;
-  EXPECT_EQ(printedBy(9, lose), "");
-  EXPECT_EQ(printedBy(10, lose), kLost);
-  is_in_chroot = false;
+  EXPECT_EQ(printedBy(10, [](Logging& log) { log.errorLog("lost"); }),
+            kPid + "Error opening /run/absent/log: No such file or directory\n" + kStamp + kPid +
+                " lost\n");
 }
 
 TEST_F(LoggingTest, FilesAreWrittenAsTheLogsAccountAndWeStayWhoWeAre) {
