@@ -60,8 +60,7 @@ TEST_F(LoggingTest, ErrorsGoToTheirFileOrStandardOutput) {
   EXPECT_EQ(printedBy(99, [](Logging& log) { log.errorLog("100%%"); }), "");
   const std::string start = kStamp + kPid + " ";
   EXPECT_EQ(contentOf("/run/security"), start + "all\n");
-  EXPECT_EQ(contentOf("/run/error"),
-            start + "all\n" + start + "error\n" + start + "100%\n");
+  EXPECT_EQ(contentOf("/run/error"), start + "all\n" + start + "error\n" + start + "100%\n");
   delString(log_.error_log_path);
   log_.error_log_path = newString("/run/absent/log");
   EXPECT_EQ(printedBy(10, [](Logging& log) { log.errorLog("lost"); }),
