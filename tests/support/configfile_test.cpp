@@ -55,19 +55,6 @@ TEST(ConfigFile, GrowsFourfoldBelow64SlotsAndTwofoldFromThere) {
   }
 }
 
-TEST(ConfigFile, ChangedIsSetWhereverANameIsTaken) {
-  ConfigFile table(nullptr, nullptr, 16);
-  EXPECT_FALSE(table.setParam(nullptr, "x", true, 1, true));
-  EXPECT_FALSE(table.setParam("", "x", true, 1, false));
-  EXPECT_FALSE(table.changed);
-  EXPECT_TRUE(table.setParam("", nullptr, false, 1, true));
-  EXPECT_TRUE(table.changed);
-  EXPECT_STREQ(table.getValue(""), "") << "a null is stored as an empty text";
-  table.changed = false;
-  table.deleteParam("absent", nullptr);
-  EXPECT_TRUE(table.changed);
-}
-
 // A value of the type, for the table to adopt.
 char* valueOf(int type) {
   if (type == ConfigFile::kLongInteger) return reinterpret_cast<char*>(7);
@@ -95,7 +82,9 @@ TEST(ConfigFile, EveryTypeIsReleasedWhenReplacedDeletedEmptiedOrCopied) {
         EXPECT_EQ(table.get_type_at(0), multi ? after : ConfigFile::kText);
         ConfigFile copy(nullptr, &table);
         EXPECT_EQ(copy.getValueAt(0) == nullptr, after == ConfigFile::kLongInteger) << after;
+        table.changed = false;
         table.deleteParam("y", nullptr);
+        EXPECT_TRUE(table.changed);
         table.empty();
       }
 }
@@ -124,23 +113,6 @@ TEST(ConfigFile, ACopyTakesSomeSettingsAndLeavesOthers) {
   EXPECT_EQ(copy.get_permission(), 0640U);
   EXPECT_STREQ(copy.get_filename(), "");
   EXPECT_STREQ(copy.get_comments(), "");
-}
-
-TEST(ConfigFile, AMovedEntryIsATextAndItsOldSlotKeepsTheCode) {
-  ConfigFile table(nullptr, nullptr, 4);
-  table.multi_type = table.wait_to_sort = true;
-  table.setParam("a", valueOf(5), false, 5, false);
-  table.setParam("b", valueOf(2), false, 2, false);
-  EXPECT_FALSE(table.move_params(0, 1)) << "taken";
-  EXPECT_FALSE(table.move_params(2, 3)) << "empty";
-  EXPECT_TRUE(table.move_params(0, 3));
-  EXPECT_STREQ(table.getNameAt(3), "a");
-  EXPECT_EQ(table.get_type_at(3), 1);
-  EXPECT_EQ(table.get_type_at(0), 5);
-  EXPECT_EQ(table.getNameAt(0), nullptr);
-  table.shift_down_from(0);
-  EXPECT_STREQ(table.getNameAt(0), "b");
-  EXPECT_STREQ(table.getNameAt(1), "a");
 }
 
 }  // namespace

