@@ -1,7 +1,9 @@
 #include "daemon/record_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <csignal>
 
@@ -24,4 +26,16 @@ TEST(RecordFile, HoldsNothingOfTheRecordBefore) {
     setrlimit(RLIMIT_FSIZE, &usual);
     EXPECT_EQ(contentOf(kPath), std::string("behind").substr(0, room)) << "as much as has room";
   }
+}
+
+TEST(RecordFile, APipeInPlaceOfARecordGetsNone) {
+  constexpr char kPipe[] = "/run/pipe";
+  ASSERT_EQ(mkfifo(kPipe, 0600), 0);
+  const int reader = open(kPipe, O_RDONLY | O_NONBLOCK);
+  EXPECT_FALSE(replaceRecord(kPipe, "when=1"));
+  EXPECT_FALSE(appendRecord(kPipe, "type=imap"));
+  EXPECT_EQ(errno, ENXIO);
+  char byte;
+  EXPECT_EQ(read(reader, &byte, 1), 0);
+  close(reader);
 }

@@ -74,12 +74,6 @@ class Machine:
         subprocess.run(self.command("kill", "-KILL", str(pid)), check=True)
         self.wait_for(lambda: not self.path(f"/proc/{pid}").exists())
 
-    def start_standalone(self, *arguments):
-        """Starts the daemon in the foreground, printing into the file "printed"."""
-        with open(self.directory / "printed", "wb") as printed:
-            self.standalone = subprocess.Popen(self.command(os.environ["DAEMON"], "s", *arguments),
-                                               stdin=subprocess.DEVNULL, stdout=printed)
-
     def path(self, name):
         return self.root / name.lstrip("/")
 
@@ -133,8 +127,6 @@ class Machine:
         before = sleeps()
         self.wait_for(lambda: sleeps() > before + cycles)
 
-
-MISSING = f"Cannot stat: {LOG} : No such file or directory"
 
 
 def stamp(when):

@@ -7,22 +7,7 @@ from pathlib import Path
 import pytest
 from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, login
 
-FOLDER, UNDATED = "/usr/local/corvane/data/users/bob", "Xyz 1 00:00:00 mail dovecot: imap-login: Login:\n"
-
-
-def test_a_pipe_in_place_of_a_record_gets_none(machine):
-    machine.path(FOLDER).mkdir(parents=True)
-    names = [f"{FOLDER}/{name}" for name in ("dovecot.bytes", "last_login")]
-    for name in names:
-        os.mkfifo(machine.path(name))
-    pipes = [os.open(machine.path(name), os.O_RDONLY | os.O_NONBLOCK) for name in names]
-    machine.write(LOG, login("192.0.2.1") +
-                  login("", text="dovecot: imap({user})<1><x>: Logged out in=1 out=2"))
-    machine.start()
-    messages = [f"Cannot open {names[0]} for logging dovecot bytes: No such device or address",
-                f"Cannot open {names[1]} for logging last login"]
-    machine.wait_for(lambda: machine.activity() == messages)
-    assert [os.read(pipe, 1) for pipe in pipes] == [b"", b""]
+UNDATED = "Xyz 1 00:00:00 mail dovecot: imap-login: Login:\n"
 
 
 def test_a_limit_of_file_size_cuts_files_until_it_is_lifted(machine):
