@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <utility>
@@ -90,31 +91,23 @@ class Block {
     }
     for (const std::string& message : newActivity()) effects += "  says " + message + "\n";
     for (const std::string& text : linesOf(printed)) effects += "  prints " + text + "\n";
-    return relativeTo(now, effects);
+    return effects;
   }
 
  private:
-  // Times of day differ from run to run: writes them as NOW, NOW-60 and so on.
-  static std::string relativeTo(time_t now, std::string text) {
-    for (size_t at = 0; (at = text.find_first_of("0123456789", at)) != std::string::npos;) {
-      const size_t digits = text.find_first_not_of("0123456789", at) - at;
-      if (digits == 10 && text[at] == '1') {
-        const time_t distance = atol(text.c_str() + at) - now;
-        const std::string sign = distance > 0 ? "+" : "";
-        text.replace(at, digits, "NOW" + (distance == 0 ? "" : sign + std::to_string(distance)));
-      }
-      at = text.find_first_not_of("0123456789", at);
-    }
-    return text;
-  }
-
   FakeTime clock_{midday(2026, 11, 21)};
   bool records_ = false;
   Table files_;
 };
 
-// "{257n}" stands for 257 times the letter n.
+// "{257n}" stands for 257 times the letter n, "NOW-60" for the time a minute ago.
 std::string expanded(std::string text) {
+  for (size_t at; (at = text.find("NOW")) != std::string::npos;) {
+    const char* const offset = text.c_str() + at + strlen("NOW");
+    char* behind;
+    const time_t when = time(nullptr) + strtol(offset, &behind, 10);
+    text.replace(at, static_cast<size_t>(behind - text.c_str()) - at, std::to_string(when));
+  }
   for (size_t open; (open = text.find('{')) != std::string::npos;) {
     const size_t close = text.find('}', open), times = std::stoul(text.substr(open + 1));
     text.replace(open, close + 1 - open, std::string(times, text[close - 1]));
