@@ -1,7 +1,7 @@
 """What strangers, limits and another start can do to the daemon: it stays, alone, and recovers."""
 
 import os
-import subprocess
+import resource
 from pathlib import Path
 
 import pytest
@@ -14,11 +14,12 @@ def test_a_limit_of_file_size_cuts_files_until_it_is_lifted(machine):
     machine.write(LOG, "")
     machine.start()
     machine.wait_for(lambda: machine.read(HOSTS) == "")
-    limit = ["prlimit", "--pid", str(machine.background())]
-    subprocess.run([*limit, "--fsize=4:"], check=True)
+    limit = machine.background(), resource.RLIMIT_FSIZE
+    before = resource.prlimit(*limit)
+    resource.prlimit(*limit, (4, before[1]))
     machine.append(login("192.0.2.1") + UNDATED)
     machine.wait_for(lambda: machine.read(HOSTS) == "192." and machine.read(ACTIVITY))
-    subprocess.run([*limit, "--fsize=unlimited:"], check=True)
+    resource.prlimit(*limit, before)
     machine.append("")
     machine.wait_for(lambda: machine.hosts() == ["192.0.2.1"])
 
