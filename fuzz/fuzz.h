@@ -2,16 +2,32 @@
 // them what it must not do. The fuzzer looks for such bytes; replay_main.cpp repeats stored ones.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+// Called by the fuzzer, or by replay_main.cpp, before the first input.
+extern "C" inline __attribute__((used)) int LLVMFuzzerInitialize(int*, char***) {
+  if (access("/run/private/etc", F_OK) != 0) {
+    fprintf(stderr, "Not in a private namespace, see scripts/in-private-namespace\n");
+    exit(2);
+  }
+  setenv("TZ", "UTC", 1);
+  return freopen("/dev/null", "w", stdout) ? 0 : -1;  // traces and messages of the library
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 // Ends the process with a message unless `holds`; `detail` is worked out only then.
 #define CHECK(holds, detail) static_cast<void>((holds) || (refuted(#holds, (detail)), false))
-[[noreturn]] void refuted(const char* claim, const std::string& detail);
+[[noreturn]] inline void refuted(const char* claim, const std::string& detail) {
+  fprintf(stderr, "Does not hold: %s\n%s\n", claim, detail.c_str());
+  abort();
+}
 
 // An input, taken piece by piece. Texts end at their first NUL; what is missing reads as 0.
 struct Input {
