@@ -89,6 +89,8 @@ TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {
     EXPECT_EQ(same_word, Container::local_data(copy.type)) << copy.type;
     if (copy.type == Container::kJson) copy.type = original->type = Container::kString;
     EXPECT_EQ(copy.comp(nullptr, original.get(), true), 0) << copy.type;
+    copy.delete_data();
+    EXPECT_EQ(copy.data.pointer, nullptr);
   }
 }
 

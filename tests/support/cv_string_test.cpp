@@ -111,6 +111,11 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
     EXPECT_EQ(copy.capacity, 66U);
     EXPECT_EQ(string(), nullptr) << "taken over";
     EXPECT_EQ(string.capacity, 0U);
+    EXPECT_EQ(string.length, 0U);
+    EXPECT_EQ(taken.length, 32U);
+    EXPECT_EQ(copy.length, 32U);
+    string.set("%s", "again");
+    EXPECT_STREQ(string(), "again");
     adopted.set_raw(formatted, 1);
     EXPECT_EQ(adopted.capacity, 6U) << "two characters do not fit into two";
     EXPECT_STREQ(adopted(), "5%");
