@@ -1,14 +1,18 @@
 #include "why/log_survey.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include "daemon/line_date.h"
 #include "support/text_helpers.h"
 #include "why/bounded_lines.h"
 
 namespace {
+
+using std::string_view;
 
 constexpr size_t kShownBytes = 300;
 constexpr long kDay_s = 86400;
@@ -48,8 +52,11 @@ void noteOwn(Survey& survey, const char* line, long long stamp) {
   while (program > line && program[-1] != ' ') --program;
   if (!startsWith(program, "cv-popb4smtp")) return;
   ++survey.own;
-  long long sent = 0;
-  if (sscanf(text, ": heartbeat %18lld", &sent) != 1) return;
+  static constexpr string_view kHeartbeat = ": heartbeat ";
+  constexpr long long kLatest = 1LL << 40;  // a time that can be calculated with
+  if (!startsWith(text, kHeartbeat)) return;
+  const long long sent = strtoll(text + kHeartbeat.size(), nullptr, 10);
+  if (sent <= 0 || sent > kLatest) return;
   survey.heartbeat_stamp = stamp;
   survey.heartbeat_sent = sent;
 }
