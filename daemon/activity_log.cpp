@@ -20,8 +20,8 @@ void log(const char* format, ...) {
   const OwnedText line(newStringf("%.4d:%.2d:%.2d-%.2d:%.2d:%.2d: %s\n", today->tm_year + 1900,
                                   today->tm_mon + 1, today->tm_mday, today->tm_hour, today->tm_min,
                                   today->tm_sec, message.get()));
-  // Written and closed before it is printed: a print can wait for a reader, and would land in the
-  // file if that had been given the descriptor of a closed standard output.
+  // The file is written and closed before we print. Printing can wait for a reader. And if standard
+  // output was closed, the file may have its descriptor: the print would land in the file.
   if (const OwnedFile file(openStream(kActivityLog, "a")); file) fputs(line.get(), file.get());
   trace("%s", line.get());
 }

@@ -25,8 +25,8 @@ struct Traffic {
   }
 };
 
-// "pop3(NAME)<pid><session>: EVENT": the text behind the first blank after the name, or null. The
-// search for ')' passes over one that stands right behind the '('.
+// "pop3(NAME)<pid><session>: EVENT": the text behind the first blank after the name, or null. If
+// the name is empty, its ')' is skipped, and the event begins after the next ')'.
 const char* eventText(const char* open) {
   return behindChar(findChar(open + 2, ')'), ' ', 1);
 }
@@ -65,7 +65,7 @@ bool readTraffic(const char* event, bool is_pop, Traffic& traffic) {
     traced = bytes + strlen(" bytes=");
     readCounts(traced, "/", traffic);
   } else if (is_pop) {
-    // Not traced, unlike the other forms: who compares traces knows it so.
+    // This form is not traced, unlike the others: those who compare traces expect it so.
     const char* retrieved = findField(event, " retr=");
     const char* bytes_out = retrieved ? behindChar(retrieved, '/', 1) : nullptr;
     if (!bytes_out) return false;
@@ -90,7 +90,7 @@ void recordTraffic(const char* login, const char* type, const Traffic& traffic, 
                  "&log_time=", Decimal(when), "\n"}));
   if (!appendRecord(path.get(), record.get())) {
     const int error = errno;
-    // Who has no folder has no records.
+    // Without a folder nothing is recorded, and nothing is wrong.
     const OwnedText folder(name.newPath());
     if (exists(folder.get()))
       log("Cannot open %s for logging dovecot bytes: %s", path.get(), strerror(error));

@@ -6,7 +6,7 @@
 //
 //   TOTAL=type=pop|imap&inbound=BYTES&outbound=BYTES&email=NAME&log_time=SECONDS
 //
-// `message` is Dovecot's, from "pop3(" or "imap(" on. One that is no end of a session, or names no
-// byte counts, or whose user has no folder, is passed over in silence; a file that cannot be
-// opened, and a name that would lead out of its folder, is reported in the activity log.
+// `message` is Dovecot's, from "pop3(" or "imap(" on. It is ignored in silence if it does not end a
+// session, has no byte counts, or if the user has no folder. A file that cannot be opened, and a
+// name that would lead out of its folder, are reported in the activity log.
 void log_dovecot_bandwidth(const char* message, long when);

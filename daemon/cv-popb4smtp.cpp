@@ -1,7 +1,7 @@
 // cv-popb4smtp: lets hosts relay mail for a while after a POP3 or IMAP login.
 //
-// Every two seconds: if the mail log has changed, read its new lines and rewrite the host files;
-// if not, let go of hosts whose time is over. Until somebody kills it.
+// Every two seconds it looks at the mail log. If the log has changed, it reads the new lines and
+// rewrites the host files; if not, it drops hosts that have expired. It runs until it is killed.
 
 #include <unistd.h>
 
@@ -16,7 +16,7 @@
 int main(int argc, char** argv) {
   constexpr unsigned kPoll_s = 2;
   prepareProcess();
-  // Whoever watches the standalone mode sees each line at once, through a pipe too.
+  // In standalone mode each line is seen at once, even through a pipe.
   setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   readArguments(argc, argv);
   if (is_daemon) setDaemon();

@@ -21,8 +21,8 @@ constexpr int64_t kNoHost = INT_MAX;
 constexpr long long kMostProcesses = 1000;
 constexpr size_t kLineLength = 64;  // most lines are shorter
 
-// An empty text with room for a line of each entry. What of it stays unused is never touched, and
-// so costs no memory; growing step by step would hold the content twice.
+// An empty text with room for a line of each entry. Room that is not used is never touched, and so
+// costs no memory. A text that grows step by step would hold the content twice.
 std::string roomFor(const ConfigFile& table) {
   std::string text;
   text.reserve(static_cast<size_t>(table.param) * kLineLength);
@@ -37,7 +37,7 @@ void rewrite(const char* path, const std::string& content) {
     log("Unable to open %s for writing : %s", path, strerror(errno));
     return;
   }
-  setvbuf(hosts, nullptr, _IONBF, 0);  // a buffer would cut it, and an address with it
+  setvbuf(hosts, nullptr, _IONBF, 0);  // a buffer would split the write, perhaps within an address
   fwrite(content.data(), 1, content.size(), hosts);
   fclose(hosts);
   hosts = nullptr;
@@ -54,7 +54,7 @@ void clearOldIps() {
     const int then = static_cast<int>(strtoll(text, nullptr, 10));
     if (then + static_cast<int64_t>(lifetime_s()) < now) {
       oldies.addElement(ip, true, false);
-      // The parenthesis that never closes is how this line has always looked.
+      // The parenthesis that never closes is how this line has always read.
       trace("%s is too old at %s (%d > %d + (%d*60)\n", ip, text, static_cast<int>(now), then,
             minutes);
     } else if (then < oldest_host) {

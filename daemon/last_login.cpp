@@ -28,7 +28,7 @@ bool haveFolder(const LoginName& name) {
     log("write_last_logins: unable to create %s: %s", folder.get(), strerror(errno));
     return false;
   }
-  // The record is written either way.
+  // If it fails we go on: root can write the record anyway.
   setOwner(&logging, folder.get(), "root", "mail", 1, false, nullptr, nullptr);
   return true;
 }
@@ -42,8 +42,8 @@ void writeLastLogin(const char* who, const char* record) {
     trace("last_login: %s@%s '%s'\n", std::string(name.local).c_str(), printable(name.domain),
           record);
   };
-  // The folder of a domain is nearly always there, and is looked for only where it seems not to be.
-  // Users without a domain may well have none.
+  // A domain nearly always has its folder, so we look for it only if the file cannot be opened.
+  // Users without a domain often have none.
   if (name.domain && replaceRecord(path.get(), record, announce)) return;
   if (!haveFolder(name)) return;
   if (!replaceRecord(path.get(), record, announce))

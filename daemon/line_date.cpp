@@ -18,7 +18,7 @@ struct Stamp {
 
 // The month of this name, -1 if there is none.
 int monthNumber(const char* word, size_t length) {
-  static int latest = 0;  // a log stays in its month for long
+  static int latest = 0;  // the next line is mostly of the same month
   constexpr size_t kLetters = 3;
   if (length != kLetters) return -1;
   if (startsWith(word, {months[latest], kLetters})) return latest;
@@ -33,8 +33,8 @@ bool readTwoDigits(const char* s, int& number) {
   return true;
 }
 
-// The words of "Mon DD HH:MM:SS" in the very columns that syslog puts them in. Half of a large log
-// may have to be dated, and the general way below takes several times as long.
+// Reads "Mon DD HH:MM:SS" in the columns that syslog uses. Half of a large log may have to be
+// dated, and readStamp() below takes several times as long.
 bool readStampInColumns(const char* line, Stamp& stamp) {
   stamp.month = monthNumber(line, 3);
   if (stamp.month == -1 || line[3] != ' ') return false;
@@ -47,8 +47,7 @@ bool readStampInColumns(const char* line, Stamp& stamp) {
          readTwoDigits(line + 13, stamp.second) && !isDigit(line[15]);
 }
 
-// The same words as scanf("%s %d %d:%d:%d") reads them. The month becomes -1 if there is none of
-// that name.
+// Reads the same words as scanf("%s %d %d:%d:%d") would. An unknown month becomes -1.
 bool readStamp(const char* line, Stamp& stamp) {
   const char* month = line;
   while (isWhiteSpace(*month)) ++month;
@@ -59,8 +58,8 @@ bool readStamp(const char* line, Stamp& stamp) {
          readInt(p, stamp.minute) && *p++ == ':' && readInt(p, stamp.second);
 }
 
-// Turns stamps into times. mktime() and localtime() look at the time zone file at every call,
-// which a scan of millions of lines cannot afford: within one, each day is worked out once.
+// Turns stamps into times. mktime() and localtime() look at the time zone file at every call, which
+// is too slow for millions of lines. During a scan each day is therefore worked out once.
 class Calendar {
  public:
   void hold(bool on) {
@@ -115,7 +114,7 @@ class Calendar {
     return mktime(&date);
   }
 
-  // On a day whose clock changes, the time since its start is not what the clock shows.
+  // On a day on which the clock changes, the clock does not show the time since the day's start.
   Day workOut(int month, int day) const {
     const time_t start = convert({month, day, 0, 0, 0});
     for (int hour = 0; hour < 24; ++hour)
@@ -142,7 +141,7 @@ Calendar calendar;
 long getTimeFromString(const char* line) {
   Stamp stamp;
   if (!readStampInColumns(line, stamp) && !readStamp(line, stamp)) {
-    // Odd words, which administrators search their logs for as they are.
+    // The odd words stay: administrators search their logs for them.
     log("Error reading't reading all of the value from the date: %s", line);
     return 0;
   }

@@ -8,7 +8,7 @@
 // when it cannot be read.
 long getTimeFromString(const char* line);
 
-// While it is on, as during a scan, the calendar is looked up once a day of the log, not once a
-// line; a change of the system's time zone is seen by the next scan. Both ways it forgets the days
-// looked up before. Off, each line is looked up by itself.
+// holdCalendar(true), at the start of a scan: getTimeFromString() looks up each day of the log once
+// and remembers it, so that a change of the system's time zone is not seen. holdCalendar(false), at
+// its end: each line is looked up by itself again. Both forget the days that were looked up before.
 void holdCalendar(bool on);

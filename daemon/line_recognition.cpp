@@ -14,10 +14,11 @@
 
 namespace {
 
-// Older session ends were counted by the run before this one: a start-up scan reads them again.
+// A start reads the whole log again. It ignores older ends of sessions, because an earlier run has
+// recorded them.
 constexpr time_t kTrafficAge_s = 1200;
 
-// The start of the program field, or null if the line has no four words and a blank before it.
+// The start of the program field: behind four words and one blank. Null if the line is too short.
 const char* programField(const char* line) {
   const char* p = line;
   for (int words = 0; words < 4; ++words) {
@@ -28,7 +29,7 @@ const char* programField(const char* line) {
   return *p == ' ' ? p + 1 : nullptr;
 }
 
-// The last words that a server process says.
+// Whether it is the last message of a server process.
 bool isEnd(const char* message) {
   static constexpr std::string_view kEnds[] = {"Session",     "Socket",
                                                "Logout",      "Command stream end of file",
@@ -36,7 +37,7 @@ bool isEnd(const char* message) {
   return startsWithAny(message, kEnds);
 }
 
-// What imapd says of who did not log in, with the same first word.
+// Whether imapd reports a login that failed. Such messages begin with the same word as a login.
 bool isRefusal(const char* message) {
   static constexpr std::string_view kRefusals[] = {"Login failed", "Login disabled",
                                                    "Login excessive login failures",
@@ -84,7 +85,8 @@ void parseDovecotLine(const char* line, const char* program) {
   if (when + kTrafficAge_s >= now) log_dovecot_bandwidth(message, when);
 }
 
-// Keeps what follows the n-th blank as the connection text of the process. Fewer keep nothing.
+// Keeps what follows the n-th blank as the address of the process. With fewer blanks it keeps
+// nothing.
 void keepConnection(int pid, const char* text, int blanks) {
   const char* connection = behindChar(text, ' ', blanks);
   if (!connection) return;

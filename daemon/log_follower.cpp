@@ -18,7 +18,7 @@
 
 namespace {
 
-// What a scan of many lines does once, or at its end, instead of at each of them.
+// While it lives, work that could be done at each line is done once, or at the end of the scan.
 class ManyLines {
  public:
   ManyLines() { set(true); }
@@ -33,17 +33,17 @@ class ManyLines {
   }
 };
 
-// As parseLogFrom(), whose `long` ends at 2 GiB on 32-bit machines.
+// As parseLogFrom(), but also for logs above 2 GiB on machines where a long has 32 bits.
 void readLogFrom(off_t position) {
   if (!maillog) return;
   const bool sought = fseeko(maillog, position, SEEK_SET) == 0;
   const bool is_pipe = !sought && errno == ESPIPE;
-  // Read from the top instead, sessions would be recorded again.
+  // We do not read from the top instead: sessions would be recorded again.
   if (!sought && !is_pipe) return;
   const ManyLines many_lines;
   LineReader lines(&logging, maillog, buffer, buff_size);
   while (const char* line = lines.next()) parseLine(line);
-  // A pipe is read as it comes, and a file in its place from the top.
+  // A pipe has no position. If a file takes its place, that is read from the top.
   last_pos = is_pipe ? 0 : position + lines.handedOver();
 }
 
@@ -64,7 +64,7 @@ int logChanged() {
 bool openLog() {
   maillog = openStream(log_file, "r");
   if (!maillog) {
-    // The tab before the colon is how this message has always looked.
+    // The tab before the colon is how this message has always read.
     log("Unable to open %s for reading\t: %s", log_file, strerror(errno));
     return false;
   }

@@ -37,8 +37,8 @@ bool isFresh(const char* line, long then) {
 
 // --- Classic servers ---
 
-// Where the address stands on a login line whose process has no connect line: behind the sixth
-// blank after the process id, or two words on if that word begins with "in". Null if the line is
+// The address on a login line whose process has no connect line. It begins behind the sixth blank
+// after the process id, or two words later if the word there begins with "in". Null if the line is
 // too short.
 const char* addressOnLine(const char* line) {
   const char* message = behindChar(line, ']', 1);
@@ -46,7 +46,7 @@ const char* addressOnLine(const char* line) {
   return word && startsWith(word, "in") ? behindChar(word, ' ', 2) : word;
 }
 
-// Puts the user of a "Login user=name ..." line into email_buff. False if it does not end.
+// Puts the user of a "Login user=name ..." line into email_buff. False if no blank ends the name.
 bool readImapUser(const char* line) {
   const char* equals = findChar(line, '=');
   if (*equals == '\0') return true;
@@ -57,7 +57,7 @@ bool readImapUser(const char* line) {
 }
 
 // Puts the user of a "User 'name' of 'domain' ..." line into email_buff, "name@domain" or only
-// the name if there is no domain. False if one of them does not end.
+// the name if there is no domain. False if no quote ends one of them.
 bool readQuotedUser(const char* line) {
   const char* open = findChar(line, '\'');
   if (*open == '\0') return true;
@@ -65,8 +65,8 @@ bool readQuotedUser(const char* line) {
   if (!name) return false;
   snprintf(email_buff, sizeof email_buff, "%s", name.get());
 
-  // The search for the closing quote passes over one that stands right behind the opening one: with
-  // an empty name it finds the next text's.
+  // The search for the closing quote begins one character late. If the name is empty, it therefore
+  // finds the opening quote of the domain.
   const char* close = findChar(open + 2, '\'');
   const char* next = *close == '\0' ? close : findChar(close + 1, '\'');
   if (*next == '\0') return true;
@@ -83,7 +83,8 @@ const char* addressOfProcess(const char* key, const char* line) {
   if (!rest) return nullptr;
   const OwnedText ip(newStringUntil(rest, ',', kLongestClassicAddress, 0));
   trace("ptr: %s, ip: %s\n", rest, printable(ip.get()));
-  // A missing address is kept as an empty one: the process's next lines need not look again.
+  // A missing address is kept as an empty text, so that later lines of the process do not look
+  // again.
   process_ips.setParam(key, ip.get(), true, 1, false);
   return process_ips.getValue(key);
 }
@@ -152,7 +153,7 @@ void add_dovecot(const char* line) {
   if (!ip) return;
 
   if (strcomp(ip.get(), kLoopback) == 0) {
-    // Not admitted, yet unlike a classic login it is recorded: webmail logs in from here.
+    // It is not admitted but, unlike a classic login, it is recorded: webmail logs in from here.
     trace("Ignoring %s for %s\n", ip.get(), user.get());
     log_last_login(user.get(), ip.get(), then);
     return;

@@ -10,8 +10,8 @@ int isIP(const char* text);
 
 // A login line of a classic server process: "User 'name' of 'domain' ..." (isImap 0) or
 // "Login user=name ..." (isImap 1). The address is the one the process connected from, or else
-// the one on the line, which is then kept for the process, as an empty one if none could be cut
-// out: its next logins then admit nobody either, until it connects anew.
+// the one on the line, which is then kept for the process. If no address could be cut out, an empty
+// one is kept: the next logins of the process then admit nobody either, until it connects again.
 void verifyPid(int pid, const char* line, int isImap);
 
 // A login line of Dovecot: "...-login: Login: user=<name>, ..., rip=ADDRESS, ...".

@@ -16,7 +16,7 @@ constexpr char kUserFile[] = "/etc/virtual/pophosts_user";
 constexpr char kDomains[] = "/etc/virtual";
 constexpr char kPanelUsers[] = "/usr/local/corvane/data/users/";
 
-// Whether anything is there: links are followed, and it is looked for each time.
+// Whether anything is there. Links are followed, and no answer is remembered.
 inline bool exists(const char* path) {
   return pathExists(path, 0, true, true) != 0;
 }

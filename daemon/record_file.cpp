@@ -20,9 +20,8 @@ bool leavesItsFolder(std::string_view part) {
   return part == "." || part == ".." || part.find('/') != part.npos;
 }
 
-// A file for a record, open for writing until its holder goes. Whoever may write in the folder
-// could otherwise have root overwrite any file by a link, or stand still at a pipe; and what he
-// puts there in place of a file is no record's.
+// A regular file for a record, open for writing while this object lives. Whoever may write in the
+// folder could put a link there, and have root overwrite any file; or a pipe, and make root wait.
 class RecordFile {
  public:
   RecordFile(const char* path, int flags) {
@@ -47,10 +46,10 @@ class RecordFile {
   bool isOpen() const { return file_ != -1; }  // if not, errno says why
   off_t size() const { return size_; }         // when it was opened
 
-  // As write(): one call, so that no reader sees a part of the text, unless the disk is full.
+  // One call of write(), so that no reader sees a part of the text, unless the disk is full.
   ssize_t put(std::string_view text) const { return write(file_, text.data(), text.size()); }
 
-  // We carry on if it fails, as where a record cannot be written.
+  // If it fails we go on, as with a record that cannot be written.
   void cut(off_t length) const { [[maybe_unused]] const int result = ftruncate(file_, length); }
 
  private:
@@ -88,12 +87,12 @@ bool replaceRecord(const char* path, std::string_view record, const std::functio
   const RecordFile file(path, 0);
   if (!file.isOpen()) return false;
   if (opened) opened();
-  // Written over the record before, unless that would leave an end of it. Emptying the file would
-  // give its block back and ask for it again, which some file systems then write to the disk at
-  // once, and who reads it in between would find nothing.
+  // We write over the old record, and empty the file only if the old record is longer. Emptying it
+  // frees its block and asks for one again, which some file systems write to the disk at once; and
+  // who reads the file in between finds nothing.
   if (file.size() > static_cast<off_t>(record.size())) file.cut(0);
   const ssize_t written = file.put(record);
-  // Nothing of the old record stays, whatever became of the new one.
+  // No part of the old record may stay, even if the new one was not written whole.
   if (written != static_cast<ssize_t>(record.size())) file.cut(std::max<ssize_t>(written, 0));
   return true;
 }
@@ -101,6 +100,6 @@ bool replaceRecord(const char* path, std::string_view record, const std::functio
 bool appendRecord(const char* path, std::string_view record) {
   const RecordFile file(path, O_APPEND);
   if (!file.isOpen()) return false;
-  file.put(record);  // we carry on if it fails
+  file.put(record);  // if it fails we go on
   return true;
 }

@@ -1,18 +1,18 @@
-// The files that records of users go to, and which names may lead there.
+// Writes records of users, and decides which login names may become a path.
 //
-// A login name is chosen by whoever it belongs to, and the folders are open to others than root.
+// Users choose their login names, and not only root may write in the folders of records.
 #pragma once
 
 #include <functional>
 #include <string_view>
 
-// Where a login name points: the part before and behind its first '@', or all of it as `local`.
-// These are parts of the text given, which stays the caller's.
+// The parts of a login name: before and behind its first '@', or all of it as `local`. They point
+// into the given text, which must not be null, stays the caller's and must outlive them.
 struct LoginName {
   explicit LoginName(const char* name);
 
-  // A new text: the folder of the domain, or of the panel user if there is none, with `below` and
-  // `file` put behind it.
+  // A new text: the folder of the domain, or of the panel user if there is no domain, followed by
+  // `below` and `file`.
   char* newPath(std::string_view below = {}, std::string_view file = {}) const;
 
   const char* whole;
@@ -20,15 +20,16 @@ struct LoginName {
   const char* domain;  // null if there is no '@'
 };
 
-// Whether a part of the name would leave its folder as a path: one that contains '/' or is "." or
-// "..". Then says so in one line of the activity log that begins with `caller` and shows the name
-// with all but printable ASCII escaped.
+// Whether a part of the name would lead out of its folder as a path: it contains '/', or is "." or
+// "..". If so, a line in the activity log begins with `caller` and shows the name, in which all but
+// printable ASCII is escaped.
 bool refuseName(const char* caller, const LoginName& name);
 
-// Both open the file, which is created if need be, write the record and close it: as its whole
-// content, or behind what it has. Neither follows a link at the end of the path nor waits for
-// anybody. They return false, with errno, if it cannot be opened or is no regular file (ENXIO); a
-// failure to write is not noticed. `opened` is called once the file is open, before it is written.
+// Both open the file, or create it, write the record and close the file. replaceRecord() makes the
+// record the whole content; appendRecord() adds it at the end. They do not follow a link at the end
+// of the path, and never wait for a pipe. They return false, with errno, if the file cannot be
+// opened or is not a regular file (ENXIO). A failure to write is not noticed. `opened` is called
+// once the file is open, before it is written.
 bool replaceRecord(const char* path, std::string_view record,
                    const std::function<void()>& opened = nullptr);
 bool appendRecord(const char* path, std::string_view record);

@@ -72,10 +72,10 @@ void writePidFile() {
   fprintf(file.get(), "%d\n", getpid());
 }
 
-// Waits until no other start is under way, and takes the lock that says that one is. Returns the
-// descriptor that holds it. With all of its copies closed, or their processes gone, it is free: a
-// start that is killed leaves nothing. Everybody who may read the folder can hold such a lock, so
-// it is not waited for without end. -1 if it cannot be had; the daemon then starts all the same.
+// Takes the lock that a start holds, and waits for it while another daemon starts. Returns the
+// descriptor that holds the lock. The lock is free once all copies of the descriptor are closed, so
+// that a start that is killed leaves nothing behind. Everybody who may read the folder can hold
+// this lock, so we wait only for a while. -1 if we cannot get it; the daemon then starts without.
 int lockStarts() {
   constexpr int kTries = 1000;
   constexpr timespec kPause = {0, 10'000'000};  // ten seconds in all
@@ -94,7 +94,7 @@ void endIfOneRuns() {
   const int pid = recordedPid();
   // A negative number is no process; kill() would take it for a group of them.
   if (pid <= 0 || kill(pid, 0) != 0) return;
-  // The two blanks are as administrators' scripts know them.
+  // The two blanks stay: administrators' scripts look for them.
   log("Cannot start.  PID %d is already running.", pid);
   printf("Cannot start.  PID %d is already running.\n", pid);
   exit(kStatusCannotStart);
@@ -112,9 +112,9 @@ ssize_t discard(void*, const char*, size_t size) {
   return static_cast<ssize_t>(size);
 }
 
-// Descriptors 0 to 2 are free from here on, and the next file opened gets one of them: what the
-// library still prints must go nowhere instead of into that file. The C library lets a program
-// exchange its standard streams for others, and these need no descriptor.
+// Descriptors 0 to 2 are free from here on, and the next file that is opened gets one of them. What
+// the library still prints must not go into that file. The C library lets a program replace its
+// standard streams, and the new ones discard everything and need no descriptor.
 void closeStandardStreams() {
   cookie_io_functions_t nowhere = {};
   nowhere.write = discard;
@@ -125,7 +125,7 @@ void closeStandardStreams() {
   close(2);
 }
 
-// Given back when memory runs out, so that there is some for the last message.
+// Released when memory runs out, so that there is enough for the last message.
 char* reserve = nullptr;
 
 // Nothing but a lack of memory throws.
@@ -138,11 +138,11 @@ char* reserve = nullptr;
 }  // namespace
 
 void prepareProcess() {
-  // What nobody reads any more, or a file at its limit of size, is a write that fails.
+  // Without these signals, writing to such a pipe or file is a call that fails.
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);
-  // Descriptors 0 to 2 that are closed would be given to the next files, and what is printed land
-  // in one of them.
+  // If descriptors 0 to 2 are closed, the next files would get them, and what is printed would land
+  // in one of these files.
   int file = 0;
   while (file >= 0 && file <= 2) file = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (file > 2) close(file);
@@ -170,8 +170,8 @@ void readArguments(int argc, char** argv) {
 void setDaemon() {
   const int lock = lockStarts();
   endIfOneRuns();
-  int written[2] = {-1, -1};  // a pipe whose end says that the pid file has been written
-  // Without it we carry on: the first process then ends a moment early.
+  int written[2] = {-1, -1};  // a pipe that is closed once the pid file has been written
+  // If there is no pipe we go on: the first process then ends a moment too early.
   [[maybe_unused]] const int result = pipe2(written, O_CLOEXEC);
   const pid_t child = fork();
   if (child == -1) {
@@ -187,6 +187,6 @@ void setDaemon() {
   setsid();
   closeStandardStreams();
   writePidFile();
-  // The lock first: when the first process ends, the next start need not wait.
+  // The lock is released first: a start that follows the end of the first process need not wait.
   for (const int descriptor : {lock, written[0], written[1]}) close(descriptor);
 }

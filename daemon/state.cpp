@@ -9,7 +9,8 @@ int minutes = 30;
 const char* const months[13] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",  "Jul",
                                 "Aug", "Sep", "Oct", "Nov", "Dec", nullptr};
 
-// The order matters: the tables report through `logging`, which must be there first and go last.
+// The order matters: the tables report through `logging`, which must be made first and released
+// last.
 Logging logging;
 ConfigFile host_list(&logging, nullptr, kTableSlots);
 ConfigFile user_list(&logging, nullptr, kTableSlots);

@@ -22,9 +22,10 @@ extern ConfigFile process_ips;  // server process id, decimal -> client address,
 extern ListFile oldies;         // addresses that the current sweep found expired
 extern ConfigFile last_login;   // login name -> last-login record, gathered during one scan
 
-// The earliest login among the hosts that the latest sweep kept, 0x7fffffff if none. Only the sweep
-// sets it, never a login, so that an idle cycle costs one comparison: hosts admitted to an empty
-// table thus wait for the next change of the mail log before they are swept.
+// The earliest login among the hosts that the latest sweep kept, 0x7fffffff if it kept none. Only
+// the sweep sets it, never a login, so that an idle cycle costs one comparison. The price: hosts
+// that were admitted after a sweep that kept none wait for the next change of the mail log, even if
+// expired.
 extern int64_t oldest_host;
 
 extern char* log_file;               // path of the mail log; owned
@@ -40,7 +41,8 @@ extern char* buffer;   // for long lines of the mail log; owned
 extern char email_buff[256];  // the user of the classic login line at hand
 extern FILE* hosts;           // the host file being written; open inside its writer only
 
-// The lifetime of an authorization in seconds, an int that wraps if `minutes` is absurd.
+// The lifetime of an authorization in seconds. It wraps around if `minutes` is too large for an
+// int.
 inline int lifetime_s() {
   return static_cast<int>(static_cast<unsigned>(minutes) * 60U);
 }

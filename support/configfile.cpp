@@ -97,7 +97,7 @@ void ConfigFile::init() {
 // --- Slots ---
 
 void ConfigFile::allocateSlots() {
-  if (size < 0) throw std::bad_array_new_length();  // not every compiler's new[] sees to it
+  if (size < 0) throw std::bad_array_new_length();  // not every compiler's new[] checks that
   params = new ParamEntry*[static_cast<size_t>(size)];
   ParamEntry* const first = newRecords(size);
   for (long long i = 0; i < size; ++i) params[i] = first + i;
@@ -132,8 +132,7 @@ void ConfigFile::releaseEntry(ParamEntry& entry) {
 
 // --- Values ---
 
-// The type by which the value of an entry counts. In a plain table all are texts but what cannot be
-// one.
+// The real type of an entry's value. Without multi_type, all that can be a text is one.
 int ConfigFile::typeOf(const ParamEntry& entry) const {
   const auto disguised = disguised_.find(entry.value);
   const int type = disguised == disguised_.end() ? static_cast<int>(entry.type) : disguised->second;
@@ -188,7 +187,7 @@ long long ConfigFile::getIndex(const char* name, const char* value) {
   return wait_to_sort ? findLinearly(name, value) : bisect(name, value, 0, param - 1);
 }
 
-// As getIndex(), which needs the order, but among gathered entries too.
+// As getIndex(), but also finds gathered entries, which are not sorted yet.
 long long ConfigFile::find(const char* name, const char* value) {
   const bool gathered = index_ && name && !value && char_case && ordersByName();
   return gathered ? findGathered(name) : getIndex(name, value);
@@ -215,7 +214,7 @@ char* ConfigFile::getValueAt(long long i) {
   return i != -1 && params[i] ? params[i]->value : nullptr;
 }
 
-// Entries lie in memory as they were made: a walk in their order would have to wait for each.
+// Entries lie in memory as they were made: a walk in order of names would wait for each of them.
 void ConfigFile::fetchAhead(long long i) const {
   if (i + 16 < param) __builtin_prefetch(params[i + 16]);
   if (i + 8 < param && params[i + 8]) __builtin_prefetch(params[i + 8]->name);
@@ -242,7 +241,7 @@ bool ConfigFile::setParam(const char* name, const char* value, bool copy, int ty
   ensureRoom();
   if (!params[param]) params[param] = newRecords(1);
   ParamEntry& entry = *params[param];
-  delString(entry.name);  // of an entry that the caller has put out of use by way of `param`
+  delString(entry.name);  // left over if the caller has lowered `param`
   entry.name = newString(name);
   setValue(entry, value, copy, type);
   ++param;
@@ -296,7 +295,7 @@ void ConfigFile::deleteParams(const ListFile& names) {
   for (long long i = 0; i < param; ++i) {
     fetchAhead(i);
     const char* const name = nameOf(params[i]);
-    // Mostly both stand in the same order, and the search ends where it began.
+    // Mostly both are in the same order, and `next` is already the right place.
     const bool is_place = (next == all.begin() || comesBefore(next[-1], name)) &&
                           (next == all.end() || !comesBefore(*next, name));
     if (!is_place) next = std::lower_bound(all.begin(), all.end(), name, comesBefore);
@@ -348,8 +347,7 @@ bool ConfigFile::ordersByName() const {
   return !wait_to_sort && !duplicate && (sort_type < 1 || sort_type > 3);
 }
 
-// Whether names alone decide the order, and each entry has one and stands behind the one before it.
-// What callers write to the fields may change that at any time.
+// Whether only names decide the order, and they ascend. Callers may have changed the fields.
 bool ConfigFile::standsInOrder() const {
   if (!ordersByName()) return false;
   for (long long i = 0; i < param; ++i) {
@@ -371,13 +369,13 @@ void ConfigFile::quickSort(long long lo, long long hi) {
     const char* const name = nameOf(pivot);
     const char* const value = pivot ? pivot->value : nullptr;
     long long i = lo, j = hi;
-    // The bounds matter for orders that contradict themselves, as that of texts without a number.
+    // The bounds matter for orders that contradict themselves, such as texts without a number.
     while (i <= j) {
       while (i < hi && compareInOrder(i, name, value) < 0) ++i;
       while (j > lo && compareInOrder(j, name, value) > 0) --j;
       if (i <= j) std::swap(params[i++], params[j--]);
     }
-    // The smaller side by recursion, the larger here: the stack stays shallow on any input.
+    // Recursion takes the smaller side, this loop the larger: the stack stays shallow on any input.
     if (j - lo < hi - i) {
       quickSort(lo, j);
       lo = i;
@@ -405,8 +403,8 @@ bool ConfigFile::move_params(long long from, long long to) {
   const int type = typeOf(source);
   target.name = std::exchange(source.name, nullptr);
   target.value = std::exchange(source.value, nullptr);
-  // A moved entry passes for a text, and its old slot keeps the code: callers know it that way.
-  // What the value really is has to be known all the same, to compare and to release it.
+  // A moved entry passes for a text, and its old slot keeps its type: callers rely on both.
+  // To compare and release the value we keep its real type.
   target.type = kText;
   if (target.value && !isTextType(type)) disguised_[target.value] = type;
   if (!multi_type) source.type = kText;
@@ -427,7 +425,7 @@ void ConfigFile::gather(bool on) {
   gathering_ = on;
 }
 
-// Whether the change at hand can be gathered: where names alone decide, order can wait.
+// Whether this change can be gathered: sorting can wait where names alone decide the order.
 bool ConfigFile::gathers() {
   if (!char_case || !ordersByName())
     settle();
@@ -436,7 +434,7 @@ bool ConfigFile::gathers() {
   return index_ != nullptr;
 }
 
-// From here on the entries from this slot on stand as they come.
+// From now on the entries from this slot on are not sorted, but found by the index.
 void ConfigFile::indexFrom(long long slot) {
   index_ = std::make_unique<NameIndex>();
   settled_ = slot;
@@ -445,7 +443,7 @@ void ConfigFile::indexFrom(long long slot) {
 }
 
 long long ConfigFile::findGathered(const char* name) {
-  // Many searches among the ordered entries cost more than an index of them.
+  // Many searches among the sorted entries cost more than an index of them.
   if (settled_ > 0 && ++searches_ > settled_ / 8) indexFrom(0);
   const long long slot = bisect(name, nullptr, 0, settled_ - 1);
   if (slot != -1) return slot;
@@ -454,7 +452,7 @@ long long ConfigFile::findGathered(const char* name) {
   return i == -1 ? -1 : settled_ + i;
 }
 
-// Removes the entry of this slot, unless that is -1. The last one takes its place.
+// Removes the entry in this slot, unless it is -1. The last entry takes its place.
 void ConfigFile::deleteGathered(long long slot) {
   if (slot == -1) return;
   if (slot < settled_) indexFrom(0);
@@ -463,7 +461,7 @@ void ConfigFile::deleteGathered(long long slot) {
   std::swap(params[slot], params[--param]);
 }
 
-// Makes the order anew: sorts the entries that stand as they came, and merges them with the others.
+// Restores the order: sorts the entries that are not sorted yet, and merges them with the others.
 void ConfigFile::settle() {
   if (!index_) return;
   index_.reset();

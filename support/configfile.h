@@ -1,12 +1,12 @@
 // An ordered table from names to owned values.
 //
-// Entries stand in slots 0 .. param - 1 in ascending order of their names (strcomp, or strcasecomp
+// Entries are in slots 0 .. param - 1 in ascending order of their names (strcomp, or strcasecomp
 // unless char_case) and are found by bisection. With wait_to_sort they stay as they were appended.
 // Pointers returned by the accessors belong to the table and are invalid once their entry is
 // replaced or removed. One thread at a time.
 //
 // All fields may be read and written at any time: every member works on the table as it then
-// stands. Indexes outside of the slots are the caller's error.
+// is. Indexes outside of the slots are the caller's error.
 #pragma once
 
 #include <cstdint>
@@ -49,7 +49,7 @@ class ConfigFile {
   long long size;
   bool multi_type;  // entries show their type; without it all pass for texts
   long long param;  // entries in use
-  bool changed;     // set by every call that may change the table, also when it then does not
+  bool changed;     // set by every call that may change the table, even if it does not
   bool no_overwrite;
   bool wait_to_sort;  // entries stay in insertion order and are searched one by one
   short sort_type;    // how entries are ordered: 0 by name, 1 by number, 2 longest and 3 shortest
@@ -79,7 +79,7 @@ class ConfigFile {
   // The slot of the entry, or -1. A null value matches any.
   long long getIndex(const char* name, const char* value);
 
-  // The value of `name`, null when absent; for values that are no text, what they are.
+  // The value of `name`, null when absent; for a value that is not a text, the name of its type.
   char* getValue(const char* name);
 
   // Name and value in slot i, null where there is none and for i = -1; the type in slot i, kText
@@ -112,15 +112,15 @@ class ConfigFile {
   // removes nothing: only empty() does away with an entry that has one.
   void deleteParam(const char* name, const char* value);
 
-  // Removes all entries whose names, spelled just so, stand in a list of texts in default order.
+  // Removes all entries whose exact names are in a list of texts in default order.
   void deleteParams(const ListFile& names);
 
   // Removes every entry; the slots stay.
   void empty();
 
   // gather(true) announces many changes, gather(false) their end. In between an insertion or a
-  // deletion costs the same however many entries there are; their order is made once, at the end or
-  // when a member needs it. All members work as ever. The slots are not to be touched meanwhile.
+  // deletion costs the same however many entries there are. They are sorted once, at the end or
+  // when a member needs it. All members work as usual; the caller must not touch the slots.
   void gather(bool on);
 
   // Makes room for one more entry: from `size` slots to four times as many below 64, twice from
@@ -131,14 +131,14 @@ class ConfigFile {
   void sort();
   void quickSort(long long lo, long long hi);
 
-  // Moves an entry into an empty slot, where it is of type kText. False, with a trace, if that
-  // cannot be.
+  // Moves an entry into an empty slot, where its type is kText. False, with a trace, if there is
+  // no entry or the slot is not empty.
   bool move_params(long long from, long long to);
 
   // Closes the gap at the empty slot i: every entry behind it moves up.
   void shift_down_from(long long i);
 
-  // init_file_info() gives every attribute its initial value and releases nothing.
+  // Gives every attribute its initial value and releases nothing; file_info must not be null.
   void init_file_info() { *file_info = FileInfo(); }
   FileInfo& ensure_file_info() { return *(file_info ? file_info : file_info = new FileInfo); }
   void delete_file_info();
@@ -179,11 +179,11 @@ class ConfigFile {
   void settle();
 
   std::vector<std::unique_ptr<ParamEntry[]>> records_;  // what the slots point at
-  // What values really are whose entries move_params() has made texts.
+  // The real types of values whose entries move_params() has made texts.
   std::unordered_map<const char*, int> disguised_;
 
-  bool gathering_ = false;  // changes may wait to be put in order
-  // Null unless some wait: those from the slot settled_ on stand as they came and are found by it.
+  bool gathering_ = false;  // new entries may wait to be sorted
+  // Null unless some wait: the entries from the slot settled_ on, not sorted yet, are found by it.
   std::unique_ptr<cv::NameIndex> index_;
   long long settled_ = 0;
   long long searches_ = 0;  // since there is an index

@@ -9,7 +9,7 @@
 
 namespace {
 
-// What is neither less nor equal counts as greater, a NaN too.
+// A number that is neither less nor equal counts as greater. So does a NaN.
 template <typename Number>
 int order(Number a, Number b) {
   return a < b ? -1 : a == b ? 0 : 1;
@@ -24,6 +24,7 @@ Container::Container(const char* text, int copy) {
 Container::Container(Logging* log, Container* other) {
   switch (other ? other->type : kNone) {
     case kNone:
+      // The misspelt word is how this trace has always read.
       if (log) log->debug(10, "Container::copy contructor: c_t is NULL or has no type");
       break;
     case kString:

@@ -56,7 +56,8 @@ class Container {
   static const char* get_type_str(int type);
 
   // This element against another (null: this comes last) or against a bare value: -1, 0 or 1.
-  // A JSON text on the other side counts as a null string.
+  // A JSON text on the other side counts as a null string. A bare text may be null, other pointers
+  // may not.
   int comp(Logging* log, Container* other, bool case_sensitive);
   int comp_type(int other_type) const;
   int comp_str(const char* text, bool case_sensitive) const;

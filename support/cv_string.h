@@ -2,8 +2,7 @@
 //
 // A text is a NUL-terminated char array from new[]. Whoever receives one from a function below
 // owns it and releases it with delString(). A null pointer and an empty text are different values.
-// A null `log` counts as a default-constructed one. Memory that runs out throws; nothing else here
-// does.
+// A null `log` counts as a default-constructed one. Only memory that runs out throws.
 #pragma once
 
 #include <cstdio>
@@ -26,20 +25,21 @@ char* newString(const char* s, int n);
 // The `count` texts, `first` and count - 1 further const char*, joined. Null pieces are skipped.
 char* newString(int count, const char* first, ...);
 
-// The printf-style result in a text of just the needed size.
+// The printf-style result in a text of just the needed size. Empty if no int can hold its length.
 char* newStringf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// Appends `s` and "<br>\n" to the text *acc, which is released and replaced.
+// Appends `s` and "<br>\n" to the text *acc, which may be null and is released and replaced.
 void addResult(char** acc, const char* s);
 
-// Replaces `buf` by a zero-filled array of n + 1 bytes with at most n characters of its text, and
-// returns n. newBuffer does so with twice `size`.
+// Replaces `buf`, which may be null, by a zero-filled array of n + 1 bytes with at most n
+// characters of its text, and returns n. newBuffer() does so with twice `size`, which must fit into
+// an int.
 int growBuffer(int n, char*& buf);
 int newBuffer(unsigned int size, char*& buf);
 
-// --- Searching and cutting; `s` must not be null unless it says so ---
+// --- Searching and cutting; `s` must not be null unless the function says so ---
 
-// The first `c` in `s`, or its terminating NUL: never null, test the character found.
+// The first `c` in `s`, or the terminating NUL of `s`: never null, so test the character found.
 const char* findChar(const char* s, char c);
 
 // Where the whole `needle` first stands in `s`, or the terminating NUL of `s`. Case counts unless
@@ -60,20 +60,21 @@ char* newStringUntil(const char* s, char stop, int max, int takePartial);
 // --- Numbers ---
 
 // Reads the decimal number at `s`, which may follow white space and a sign. False, and `out`
-// untouched, for a null `s` or where no number is. Beyond 64 bits: the nearest one that fits.
+// untouched, for a null `s` or if there is no number. Beyond 64 bits: the nearest one that fits.
 bool setSignedLongLong(const char* s, long long& out);
 
 // --- Lines ---
 
-// Reads one line into `buffer`, an array of `size` bytes from newString(). Returns the number of
-// bytes read, or -1 when none are left.
+// Reads one line into `buffer`, an array of `size` bytes (2 or more) from newString(). Returns the
+// number of bytes read, or -1 when none are left. An error of reading counts as the end of the
+// file.
 //
 // A newline ends the line; it is neither stored nor counted. A carriage return before it is counted
 // and then removed. NUL bytes count like others. The last line may lack its newline. The text is
-// terminated, and every byte behind it is zero.
-// Whenever fewer than 32 bytes would stay free, `buffer` is replaced by one of twice the size.
-// With maxLength > 0 a line that is already longer is cut there instead, with an error message: its
-// rest is the next line. A line that no int can measure is cut at 1 GiB in the same way.
+// terminated, and every byte behind it is zero. Whenever fewer than 32 bytes would stay free,
+// `buffer` is replaced by one of twice the size. With maxLength > 0 a line that is already longer
+// is cut at this point instead, with an error message: the rest is the next line. A buffer cannot
+// grow beyond 1 GiB: a longer line is cut there in the same way.
 int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength);
 
 // --- Orders: -1, 0 or 1 ---
@@ -84,7 +85,7 @@ int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength);
 // By characters as signed values (bytes from 0x80 up come before ASCII); a prefix comes first.
 int strcomp(const char* a, const char* b);
 
-// As strcasecmp(), which may return any number of the right sign; null last, empty first.
+// As strcasecmp(): any number of the right sign, not only -1 and 1. Null last, empty first.
 int strcasecomp(const char* a, const char* b);
 
 // By length alone, the shorter first.
@@ -93,7 +94,7 @@ int strlencomp(const char* a, const char* b);
 // By the decimal number at the start; no number reads as 0.
 int intcomp(const char* a, const char* b);
 
-// The same, but a text without a number comes first; two of them: the first comes first.
+// The same, but a text without a number comes first. Of two such texts `a` comes first.
 int longlongcomp(const char* a, const char* b);
 
 // By the four numbers of a dotted IPv4 address, as many as can be read, the others 0.
@@ -123,7 +124,7 @@ class String {
 
   // Each replaces what was there.
   void init(const char* s);  // capacity at least 32; null: empty
-  void init(String* other);  // capacity as the other's
+  void init(String* other);  // not null; capacity as the other's
 
   // With copy: copies the other's text. Without: takes over its buffer and leaves it without one;
   // nothing happens if it has none.

@@ -3,7 +3,8 @@
 
 #include "support/cv_string.h"
 
-// The texts are owned by whoever owns the attributes, and null until they are set.
+// Whoever owns the attributes owns the texts. A text is null until it is set. Times are in seconds,
+// sizes in bytes.
 struct FileInfo {
   char* filename = nullptr;
   long m_time = 0;

@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr int kSpareBytes = 32;  // so many stay free behind a text
+constexpr int kSpareBytes = 32;  // at least as many stay free behind a text
 
-// Doubles `buffer`, keeping its first `used` bytes as they are, NUL bytes included. What is behind
-// them is left to the caller: of many megabytes nobody may ever need it.
+// Doubles `buffer` and keeps its first `used` bytes, NUL bytes too. The caller clears the bytes
+// behind them if it needs to: clearing megabytes for nothing would cost too much.
 void doubleBuffer(char*& buffer, int& size, int used) {
   const int doubled = 2 * size;
   char* larger = new char[static_cast<size_t>(doubled)];
@@ -42,11 +42,11 @@ class LineInBuffer {
     return taken;
   }
 
-  // No more fits, or may.
+  // Whether the line is cut here: it has reached its limit, or the buffer cannot grow.
   bool full() const { return full_; }
   int stored() const { return stored_; }
 
-  // The newline has come: a carriage return before it is no part of the text.
+  // To be called at the newline. A carriage return before it is not part of the text.
   void endLine() {
     if (stored_ > 0 && buffer_[stored_ - 1] == '\r') buffer_[stored_ - 1] = '\0';
   }
@@ -85,7 +85,8 @@ class LineInBuffer {
 int readLine(Logging* log, FILE* in, char*& buffer, int& size, int maxLength) {
   LineInBuffer line(log, buffer, size, maxLength);
   int c = EOF;
-  // Nothing behind the line may be fetched: `in` need not be a file in which we could go back.
+  // Reads byte by byte, so that nothing behind the line is taken: `in` may be a pipe, in which we
+  // cannot go back.
   while (size >= 2 && !line.full() && (c = getc_unlocked(in)) != EOF && c != '\n') {
     const char byte = static_cast<char>(c);
     line.take(&byte, 1);
@@ -107,8 +108,8 @@ const char* LineReader::next() {
   }
 }
 
-// Reads on behind what is left of the last block. False at the end of input, and where reading
-// fails: ferror() then says so.
+// Moves the rest of the last block to the front and reads on behind it. False at the end of input,
+// and if reading fails; ferror() then says so.
 bool LineReader::readBlock() {
   const auto left = static_cast<size_t>(end_ - start_);
   memmove(block_, start_, left);
@@ -132,8 +133,8 @@ const char* LineReader::inPlace(char* newline) {
   return line;
 }
 
-// The line that starts here, by way of the buffer: it must grow, or the line is longer than a
-// block.
+// Copies the line that starts here into the buffer, because it is longer than the buffer allows or
+// than a block.
 const char* LineReader::inBuffer() {
   const long long before = handedOver();
   LineInBuffer line(log_, buffer_, size_, 0);
@@ -147,7 +148,7 @@ const char* LineReader::inBuffer() {
       break;
     }
   } while (!line.full() && (start_ < end_ || readBlock()));
-  if (ferror(in_)) {  // the start of the line is in no block any more
+  if (ferror(in_)) {  // the block no longer has the start of the line
     start_ = end_;
     end_offset_ = before;
     return nullptr;

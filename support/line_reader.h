@@ -7,19 +7,19 @@ class Logging;
 
 namespace cv {
 
-// Reads all that is left of a stream: the lines that repeated readLine() calls without a limit
-// would give, and with the same growth of the caller's buffer. Yet a line that fits is not copied
-// into it but handed over where it stands in the block just read, as a log of gigabytes demands.
+// Reads the rest of a stream. It gives the same lines as repeated readLine() calls without a limit,
+// and lets the caller's buffer grow in the same way. But it copies a line into this buffer only if
+// it is too long; other lines stay in the block just read. A log of gigabytes needs that.
 class LineReader {
  public:
-  // The stream and the buffer stay the caller's, and must outlive the reader. A null `log` counts
-  // as a default-constructed one.
+  // The stream and the buffer (`size` bytes, as for readLine()) stay the caller's, and must outlive
+  // the reader. A null `log` counts as a default-constructed one.
   LineReader(Logging* log, FILE* in, char*& buffer, int& size);
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;
 
   // The next line, terminated, or null when there is none. It is valid until the next call.
-  // Where reading fails it is null as at the end, and a line of which a part has been read is not
+  // If reading fails, the result is null as at the end, and a line that was read in part is not
   // handed over.
   const char* next();
 
@@ -37,10 +37,10 @@ class LineReader {
   FILE* in_;
   char*& buffer_;
   int& size_;
-  char* start_ = block_;  // what has been read and not handed over yet: start_ .. end_ - 1
+  char* start_ = block_;  // bytes that were read but not handed over: start_ .. end_ - 1
   char* end_ = block_;
   long long end_offset_ = 0;     // bytes before end_, counted from where the reader began
-  char block_[kBlock + 1] = {};  // and a NUL behind a last line without a newline
+  char block_[kBlock + 1] = {};  // one byte more, for the NUL behind a last line without a newline
 };
 
 }  // namespace cv

@@ -165,8 +165,8 @@ void* ListFile::get_value_ptr(const char* value, bool copy, bool value_is_contai
   return newString(value);
 }
 
-// Whether each element is a text and stands behind the one before it. What callers write to the
-// fields may have changed that at any time.
+// Whether each element is a text and greater than the one before it. Callers may have written to
+// the fields, so that it must be asked each time.
 bool ListFile::standsInOrder() const {
   if (listType != kTexts || get_setting(kUnsorted)) return false;
   for (int i = 0; i < count; ++i) {
@@ -211,13 +211,13 @@ void ListFile::quickSort(int lo, int hi) {
     void* const pivot = elements[lo + (hi - lo) / 2];
     int i = lo;
     int j = hi;
-    // The bounds matter for orders that contradict themselves, as that of numbers with a NaN.
+    // The bounds matter for orders that contradict themselves, such as numbers with a NaN.
     while (i <= j) {
       while (i < hi && lfcomp(elements[i], pivot) < 0) ++i;
       while (j > lo && lfcomp(elements[j], pivot) > 0) --j;
       if (i <= j) std::swap(elements[i++], elements[j--]);
     }
-    // The smaller side by recursion, the larger here: the stack stays shallow on any input.
+    // Recursion takes the smaller side, this loop the larger: the stack stays shallow on any input.
     if (j - lo < hi - i) {
       quickSort(lo, j);
       lo = i;

@@ -1,9 +1,9 @@
 // An ordered list of owned elements: texts, address texts or Containers.
 //
-// Elements stand in slots 0 .. count - 1, in ascending order and each once; with kUnsorted as
-// they were appended, repeated ones too. One thread at a time.
+// Elements are in slots 0 .. count - 1, in ascending order and each once. With kUnsorted they are
+// in the order in which they were appended, and may repeat. One thread at a time.
 //
-// All fields may be read and written at any time: every member works on the list as it then stands.
+// All fields may be read and written at any time: every member works on the list as it then is.
 #pragma once
 
 #include "support/logging.h"
@@ -51,17 +51,19 @@ class ListFile {
   // Gives every field but the slots its initial value and releases nothing.
   void init();
 
+  // Makes room for one more element.
   void ensureRoom();
 
   // Turns the elements of a list of texts into Containers, which adopt them.
   void set_to_Container_type();
 
-  // The slot of an equal element, or -1. With key_is_container `key` is a Container; with kUnsorted
-  // a list of Containers takes any key for a text.
+  // The slot of an equal element, or -1, also for null. With key_is_container `key` is a Container.
+  // With kUnsorted a list of Containers takes any key for a text.
   int getIndex(const char* key, bool key_is_container);
 
-  // What addElement would store: a copy by the list's kind, or without copy the pointer itself,
-  // which a list of Containers wraps if it is a text.
+  // What addElement() would store. With copy it is a copy by the list's kind, which the caller
+  // owns. Without copy it is the pointer itself; a list of Containers wraps a text in a new
+  // Container.
   void* get_value_ptr(const char* value, bool copy, bool value_is_container);
 
   // Adds a text, or with value_is_container a Container, which makes this a list of Containers.
@@ -70,8 +72,8 @@ class ListFile {
   void addElement(const char* value, bool copy, bool value_is_container);
 
   // gather(true) announces many texts that come in ascending order, gather(false) their end. In
-  // between each costs the same however many elements there are; other values may come too. The
-  // fields are not to be touched meanwhile.
+  // between, adding such a text costs the same however many elements there are. Other values may be
+  // added too. The caller must not write to the fields meanwhile.
   void gather(bool on);
 
   // Orders all elements, or those in slots lo .. hi; equal ones end in no particular order.

@@ -16,14 +16,14 @@
 
 namespace {
 
-// Acts as the account that owns the log files for as long as it lives, then as before. Where the
-// account is missing it is root, and where we may not switch nothing changes.
+// While it lives, the process acts as the account that owns the log files; afterwards as before. If
+// there is no such account it acts as root. If the process may not switch, nothing changes.
 class AsLogOwner {
  public:
   explicit AsLogOwner(Logging* log) { setUserPriv(log, "corvadmin", 0); }
   ~AsLogOwner() {
     setRootPriv();
-    // What was ours before can be had again; there is nobody to tell if it could not.
+    // A process can always go back to the identity it had. If it failed, nobody could be told.
     if (setegid(gid_) != 0 || seteuid(uid_) != 0) return;
   }
   AsLogOwner(const AsLogOwner&) = delete;

@@ -10,7 +10,7 @@
 class Logging {
  public:
   int debug_level = 0;
-  bool show_pid = false;    // puts the process id into every line but an error's on standard output
+  bool show_pid = false;    // puts the process id into every line, except errors on standard output
   bool use_syslog = false;  // errors that have a log path go to the system log instead
   char* option_text = nullptr;        // owned, like the next three; not used here
   char* error_log_path = nullptr;     // null: errors go to standard output
@@ -34,8 +34,9 @@ class Logging {
   void debug(int exactLevel, int level, const char* format, ...)
       __attribute__((format(printf, 4, 5)));
 
-  // An error line, always written. A file is opened and written as the account corvadmin, or as
-  // root if there is none, where we may; the effective identity is then as it was before.
+  // An error line, always written. Where the process may switch, it opens and writes the file as
+  // the account corvadmin, or as root if there is none. It then has the effective identity it had
+  // before.
   void errorLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
   // The error line, then the same as a trace at `level`.

@@ -10,10 +10,10 @@ namespace {
 
 constexpr size_t kFirstBuckets = 64;
 
-// Others can choose names. They cannot choose such as share a bucket, for they do not know this.
+// Strangers can choose names, but not names that share a bucket, because they do not know the seed.
 uint64_t seed() {
   uint64_t random = 0;
-  // Without random bytes the time of the start has to do.
+  // Without random bytes we take the time of the start.
   if (getentropy(&random, sizeof random) != 0) random = static_cast<uint64_t>(time(nullptr));
   return random;
 }

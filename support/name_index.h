@@ -1,7 +1,7 @@
-// Finds entries that stand in no order, by the hashes of their names.
+// Finds entries that are not in order, by the hashes of their names.
 //
-// Entries are numbered from 0 on, without gaps. The index keeps numbers and hashes; the names stay
-// where they are, and each call that has to compare them is told how to get them.
+// Entries are numbered from 0 on, without gaps. The index keeps numbers and hashes, but no names: a
+// call that compares names is given a function that returns them.
 #pragma once
 
 #include <cstdint>
@@ -19,10 +19,10 @@ class NameIndex {
   // Adds the next entry, number count().
   void add(const char* name);
 
-  // Removes an entry. The last one gets its number.
+  // Removes an entry. The last entry takes over its number.
   void remove(uint32_t number);
 
-  // The number of the entry of this name, or -1; nameAt(number) is the name of an entry.
+  // The number of the entry of this name, or -1. nameAt(number) must return the name of an entry.
   template <typename NameAt>
   long long find(const char* name, NameAt nameAt) const {
     const uint32_t hash = hashOf(name);
@@ -45,7 +45,7 @@ class NameIndex {
   uint32_t& referenceTo(uint32_t number);
 
   std::vector<Link> links_;        // of each entry
-  std::vector<uint32_t> buckets_;  // the first entry of each; as many as a power of two
+  std::vector<uint32_t> buckets_;  // the first entry of each; their number is a power of two
 };
 
 }  // namespace cv

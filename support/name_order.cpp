@@ -10,8 +10,8 @@
 
 namespace {
 
-// The first 16 bytes of a name as numbers that order as strcomp() does, as far as they go: all of
-// an IPv4 address. An empty name comes last.
+// The first 16 bytes of a name as numbers. They order as strcomp() orders these bytes, which are
+// all of an IPv4 address. An empty name comes last.
 using Lead = std::array<uint64_t, 2>;
 
 Lead leadOf(const char* name) {

@@ -24,7 +24,8 @@ int flagsFor(char mode) {
 FILE* openStream(const char* path, const char* mode) {
   const int flags = flagsFor(*mode);
   int file = open(path, flags | O_NONBLOCK, 0666);
-  // Somebody has a lease on this file, and gives it back when we wait.
+  // Another process has a lease on this file. The system asks it to give the lease back, and makes
+  // us wait.
   if (file == -1 && errno == EWOULDBLOCK) file = open(path, flags, 0666);
   if (file == -1) return nullptr;
   FILE* stream = fdopen(file, mode);

@@ -48,9 +48,9 @@ int makeFolder(const char* path, unsigned int mode) {
   return result;
 }
 
-// Sets what mkdir() leaves out: the bits of set-id, and those that the parent's access list takes
-// away. Nothing that may have come in the folder's place is touched. We carry on if it fails: the
-// folder is there.
+// Sets the bits that mkdir() leaves out: those of set-id, and those that the parent's access list
+// takes away. If a link has replaced the folder, it does nothing. We go on if it fails: the folder
+// is there.
 void setMode(const char* path, unsigned int mode) {
   const int folder = open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
   if (folder == -1) return;
@@ -65,7 +65,7 @@ int changeOwner(Logging& report, const char* path, int uid, int gid, const char*
   return 0;
 }
 
-// Puts the entry back under its name. False, with a message, if that cannot be.
+// Gives the entry its name back. False, with a message, if that fails.
 bool moveBack(Logging& report, const char* aside, const char* path) {
   if (rename(aside, path) == 0) return true;
   report.errorLog_debug(100, "setOwner(secure_chown): error renaming %s back to %s: %s", aside,
@@ -118,7 +118,7 @@ const char* reasonForMissing(int error) {
       return "A component of the path is not a directory.";
     case ENAMETOOLONG:
       return "File name too long.";
-    case ELOOP:  // with two blanks, as this text has always had
+    case ELOOP:  // the two blanks are how this text has always read
       return "Too many symbolic links encountered while  traversing the path.";
     default:
       return "Unknown error";

@@ -12,7 +12,8 @@
 #include "support/config.h"
 #include "support/configfile.h"
 
-// Readable reasons of the latest failures, each ended by "<br>\n"; null until there was one.
+// Readable reasons of the latest failures, each ended by "<br>\n"; owned here. Null until a
+// function below has set or emptied it.
 extern char* system_res;
 
 // Whether the process runs in a changed root; has_chrooted() tells. The daemon never sets it.
@@ -29,10 +30,10 @@ extern ConfigFile sys_path_exists_cache;
 // it then says why the path cannot be reached.
 int pathExists(const char* path, int use_cache, bool clear_result, bool explain);
 
-// The contents of a file as a new text, or null if it cannot be had or, with `limits`, is larger
-// than these allow. save_in_cache 1 keeps a copy and answers from it the next time; 2 does so
-// too, but then returns the kept text itself, which stays the cache's. proc_style reads up to
-// 32760 bytes of files that report size 0, and turns NUL bytes into newlines.
+// The contents of a file as a new text. Null if it cannot be read or, with `limits`, is larger than
+// these allow. save_in_cache 1 keeps a copy and answers from it the next time. 2 does so too, but
+// an answer from the cache is then the kept text itself, which the cache owns. proc_style reads up
+// to 32760 bytes of files that report size 0, and turns NUL bytes into newlines.
 char* getDataFromFile(Logging* log, Config* limits, const char* path, int save_in_cache,
                       bool proc_style);
 
@@ -46,27 +47,28 @@ long long fileSize(Logging* log, FILE* file);
 int getUID(const char* user);
 int getGID(const char* name, int is_group);
 
-// Makes `user` and its primary group the effective identity. That of root is taken first, and stays
-// where the user is unknown; with report that is an error message. Where root's cannot be had
-// nothing changes. Success is told by the user, whatever became of the group.
+// Makes `user` and its primary group the effective identity. It first takes the identity of root.
+// If that fails, nothing changes. If the user is unknown, the process stays root, and with `report`
+// an error message says so. Returns 1 if the user was taken, whatever became of the group.
 int setUserPriv(Logging* log, const char* user, int report);
 
-// Makes root the effective user and group, told likewise.
+// Makes root the effective user and group. Returns 1 if the user was taken.
 int setRootPriv();
 
 // --- Folders and owners ---
 
-// Makes a folder with just this mode, whatever the umask. 1 made, 2 there before, 0 failed with the
-// reason in errno and system_res. With `owner` it then gets that owner, also if it was there
-// before. With clear_result system_res is emptied first.
+// Makes a folder with just this mode, whatever the umask. Returns 1 if it was made, 2 if something
+// was there before (system_res then says so), and 0 if it failed. The reason is then in errno and
+// system_res; for a null or empty path only in system_res. With `owner` the folder then gets this
+// owner, even if it was there before. With clear_result system_res is emptied first.
 int createDir(Logging* log, const char* path, const char* owner, unsigned int mode,
               bool clear_result);
 
-// Gives a file or folder another owner and group; -1 leaves the one it has. A link is itself given,
-// never what it points at. 1 when done, or when nothing is to do; 0 when refused or failed.
-// refuse_hard_links: a file of several links is refused. required_uid and required_gid: the owner
-// and group it must have before, -1 for any. secure: it is renamed for the moment of the change, so
-// that nobody can exchange it between the check and the change.
+// Gives a file or folder another owner and group; -1 leaves the one it has. Of a link it changes
+// the owner of the link itself. Returns 1 if the owner is then as asked, and 0 if it was refused or
+// failed, also for a null path. refuse_hard_links: a file of several links is refused. required_uid
+// and required_gid: the owner and group it must have before, -1 for any. secure: it is renamed for
+// the moment of the change, so that nobody can exchange it between the check and the change.
 int setOwner(Logging* log, const char* path, int uid, int gid, int refuse_hard_links, bool secure,
              int required_uid, int required_gid);
 
@@ -86,9 +88,8 @@ int isOwner(Logging* log, const char* path, unsigned int uid, unsigned int gid);
 int isHardLink(struct stat& status);
 
 // --- Random names ---
-
 //
-// All come from rand() and are no secrets: whoever knows the time of a call can guess them.
+// All come from rand() and are not secret: whoever knows the time of a call can guess them.
 
 // Seeds rand() from the time of day.
 void randseed();
@@ -99,6 +100,6 @@ char getRandChar(bool special);
 // Seeds rand() anew; then `length` such characters as a new text.
 char* getRandString(int length, bool special);
 
-// `path`, a dot and eight letters or digits, as a new text: a name that is free, or null, with an
-// error message, if nineteen were not.
+// `path`, a dot and eight letters or digits, as a new text that names no file yet. If nineteen
+// tries find none, null, with an error message.
 char* get_random_temp_file(Logging* log, const char* path);

@@ -27,7 +27,7 @@ char* newStringv(const char* format, va_list args) {
   va_list again;
   va_copy(again, args);
   char most[256];
-  // Negative only for a result that no int can measure: such a text comes out empty.
+  // Negative if no int can hold the length of the result: the text is then empty.
   const int length = std::max(vsnprintf(most, sizeof most, format, args), 0);
   char* text = newString(length < static_cast<int>(sizeof most) ? most : nullptr, length);
   if (length >= static_cast<int>(sizeof most))
@@ -64,8 +64,8 @@ std::string escaped(std::string_view text, std::string_view also) {
   return shown;
 }
 
-// As strtoll(), which is left to read what may not fit: at every line of a large log its bases and
-// locales would cost a tenth of the scan.
+// Calls strtoll() only for numbers that may not fit. It also knows bases and locales: at every line
+// of a large log it would cost a tenth of the scan.
 bool readLongLong(const char*& s, long long& out) {
   constexpr long kDigitsThatFit = 18;
   const char* p = s;

@@ -1,7 +1,7 @@
 // Small helpers for texts that the files of this project share.
 //
-// What the library does not promise to its callers stands in headers of its own, as here, and in
-// the namespace cv: a program that links the library may have an isDigit() too.
+// These are not part of the library's interface. They are in headers of their own and in the
+// namespace cv, because a program that links the library may have its own isDigit().
 #pragma once
 
 #include <charconv>
@@ -22,13 +22,13 @@ using OwnedText = std::unique_ptr<char[]>;
 // A copy of `s`, or null for null.
 char* copyWherePresent(const char* s);
 
-// The pieces joined. Their lengths are known: this is for texts that many lines need.
+// The pieces joined, as a new text. Faster than a format, for texts that many lines need.
 char* newJoined(std::initializer_list<std::string_view> pieces);
 
 // As newStringf(), from an argument list.
 char* newStringv(const char* format, va_list args) __attribute__((format(printf, 1, 0)));
 
-// --- Looking at texts ---
+// --- Looking at texts, which must not be null unless the function says so ---
 
 // What follows the n-th `c` in `s`, or null if it has fewer.
 const char* behindChar(const char* s, char c, int n);
@@ -39,7 +39,8 @@ const char* printable(const char* s);
 // `text` with all but printable ASCII, and the characters in `also`, as "\xHH".
 std::string escaped(std::string_view text, std::string_view also);
 
-// Compared here and now: most texts differ from a keyword in their first characters.
+// Compares in place. Most texts differ from a keyword in their first characters, so a call of
+// strncmp() would cost more.
 inline bool startsWith(const char* s, std::string_view prefix) {
   for (const char c : prefix)
     if (*s++ != c) return false;
@@ -76,7 +77,8 @@ struct Decimal {
   size_t length;
 };
 
-// As setSignedLongLong(), for a text that is not null, moving `s` behind the number.
+// As setSignedLongLong(), for a text that is not null. Moves `s` behind the number, if there is
+// one.
 bool readLongLong(const char*& s, long long& out);
 
 // The same for an int. Beyond an int: the nearest one that fits.

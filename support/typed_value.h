@@ -7,7 +7,8 @@ class Logging;
 
 namespace cv {
 
-// Texts of any kind; and what is known to be something else. Unknown codes are neither.
+// Whether a value of this type is a text of any kind, and whether it is known to be something else.
+// Unknown codes are neither.
 bool isTextType(int type);
 bool isOtherType(int type);
 
