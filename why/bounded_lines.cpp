@@ -9,7 +9,7 @@ const char* BoundedLines::next() {
       const char* line = handOver(newline);
       if (line) return line;
     } else if (left == kLongest) {
-      // Handed over where it stands; what follows is read over it.
+      // The start of the line is handed over; the rest of it is read into the same place.
       *end_ = '\0';
       start_ = end_ = block_;
       if (!skipping_) {
@@ -23,7 +23,8 @@ const char* BoundedLines::next() {
   }
 }
 
-// The line that ends at its newline or, without one, with the input. Null if it is a rest.
+// The line that ends at its newline or, without one, with the input. Null if it is the rest of a
+// line that was too long.
 const char* BoundedLines::handOver(char* newline) {
   char* const line_end = newline ? newline : end_;
   const char* line = skipping_ ? nullptr : start_;

@@ -1,4 +1,4 @@
-// Reading a log in memory that no line of it can make grow.
+// Reads a log line by line in a fixed amount of memory, however long a line is.
 #pragma once
 
 #include <cstdio>
@@ -10,8 +10,8 @@ class BoundedLines {
   // The stream stays the caller's.
   explicit BoundedLines(FILE* in) : in_(in) {}
 
-  // The next line without its line end, terminated; of a longer one the first kLongest bytes. Null
-  // at the end, or when reading fails. Valid until the next call.
+  // The next line without its line end, terminated. Of a line longer than kLongest it is the first
+  // kLongest bytes. Null at the end, or if reading fails. Valid until the next call.
   const char* next();
 
   long long bytes() const { return bytes_; }  // read so far

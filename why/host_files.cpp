@@ -17,7 +17,7 @@ namespace {
 
 using std::string;
 
-// The account of a mail server that reads the files as such. Postfix opens them as root.
+// The account as which the mail server reads the files. Postfix reads them as root.
 class Reader {
  public:
   Reader() {
@@ -37,7 +37,7 @@ class Reader {
 
   const char* name() const { return is_known_ ? name_ : "the mail server's account"; }
 
-  // `right` is one of 4, 2 and 1, as for others.
+  // `right` is 4, 2 or 1: a right of others in the mode.
   bool has(mode_t right, const struct stat& status) const {
     if (is_known_ && status.st_uid == uid_) return (status.st_mode & (right << 6)) != 0;
     const bool in_group = std::find(groups_.begin(), groups_.end(), status.st_gid) != groups_.end();
@@ -76,7 +76,7 @@ string judgeModes(Report& report) {
   return barred;
 }
 
-// Null if it is missing or may not be read; `known` says which.
+// Opens the file. Null if it is missing or may not be read; `known` is false if it may not.
 OwnedFile openListed(Report& report, const char* path, bool& known) {
   OwnedFile file(openStream(path, "r"));
   known = file || errno == ENOENT || errno == ENOTDIR;

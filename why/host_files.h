@@ -18,8 +18,8 @@ struct Listed {
   std::string barred;    // what keeps the mail server's account out; empty if nothing does
 };
 
-// Reads both files and reports modes that keep the mail server's account out. `address` is where
-// the subject, if it is a user, has logged in from lately, or empty. Addresses that are found are
-// taken out of `authorized`, so that those are left that should be listed and are not.
+// Reads both files and reports modes that keep the mail server's account out. `address` is where a
+// subject that is a user last logged in from, or empty. Removes the addresses that it finds from
+// `authorized`: what is left there should be listed but is not.
 Listed readHostFiles(Report& report, const Subject& subject, const std::string& address,
                      std::map<std::string, long long>& authorized);

@@ -34,7 +34,7 @@ string liveLog(const string& but, time_t after) {
   return "";
 }
 
-// Whether it can be a log that is written at all.
+// Whether this file can be a log that somebody writes.
 bool judgeFile(Report& report, const SetUp& set_up, struct stat& status, bool& readable) {
   const string path = shown(set_up.mail_log);
   const char* named = set_up.names_mail_log ? "that f names" : "that is followed without f";

@@ -5,6 +5,6 @@
 #include "why/report.h"
 #include "why/set_up.h"
 
-// Surveys the log that the set-up names, and reports what is wrong with it. False if it cannot be
-// read although it is there: then nothing is known of it.
+// Surveys the log that the set-up names, and reports what is wrong with it. False if the log is
+// there but cannot be read, so that nothing is known about it.
 bool judgeLog(Report& report, const SetUp& set_up, const Subject& subject, Survey& survey);

@@ -21,9 +21,9 @@ void hear(Made made) {
 
 }  // namespace
 
-// --- In place of what the daemon writes ---
+// --- In place of the daemon's functions that write ---
 
-// What standalone mode prints tells the reason; its texts are fixed.
+// The texts that standalone mode prints tell the reason. They never change.
 void trace(const char* format, ...) {
   va_list args;
   va_start(args, format);

@@ -1,9 +1,9 @@
 // What the daemon makes of a line of the mail log.
 //
-// The daemon is asked itself: judge() hands the line to its parseLine(), in standalone mode, and
-// hears what that says. judgement.cpp has functions of its own in place of those by which the
-// daemon writes (log(), trace(), log_last_login(), log_dovecot_bandwidth()): the files that these
-// stand in are not linked, which CMakeLists.txt sees to.
+// judge() asks the daemon's own code: it hands the line to parseLine(), in standalone mode, and
+// takes what that prints. judgement.cpp has its own log(), trace(), log_last_login() and
+// log_dovecot_bandwidth(), which write nothing. The daemon's files that have these functions are
+// not linked; see CMakeLists.txt.
 #pragma once
 
 #include <string>
@@ -23,7 +23,7 @@ struct Judgement {
   std::string address;  // the same
 };
 
-// What it makes of the line, as if it had read all lines judged before. It keeps the addresses of
-// classic processes, as the daemon does; authorized hosts it forgets at once. No login of this
-// year is too old: it sets the daemon's `minutes` so. Valid until the next call.
+// What the daemon makes of the line after all lines that were judged before. judge() keeps the
+// addresses of classic processes, as the daemon does, but forgets authorized hosts at once. It sets
+// the daemon's `minutes` so that no login of this year is too old. Valid until the next call.
 const Judgement& judge(const char* line);

@@ -76,7 +76,7 @@ struct Message {
   const char* text = "";  // behind it
 };
 
-// The program is the first word that ends with a colon, whatever the date before it looks like.
+// The program is the first word that ends with a colon, whatever date comes before it.
 Message messageOf(const char* line) {
   const char* end = strstr(line, ": ");
   if (!end) return {};
@@ -99,7 +99,7 @@ bool saysNo(string_view words) {
                                           "Maximum",   "proxy(",   "no auth",      "Too many",
                                           "nactivity", "rejected", "denied",       "refused",
                                           "disabled",  "BREAK-IN", "Error: ",      "Warning: "};
-  // Names are chosen by strangers.
+  // Strangers choose names: only the words before the name are looked at.
   if (const size_t user = words.find("user="); user != words.npos && user > 0)
     words = words.substr(0, user);
   for (const string_view no : kNoes)
@@ -112,8 +112,8 @@ bool isIPv6(const string& address) {
   return inet_pton(AF_INET6, address.substr(0, address.find('%')).c_str(), &bytes) == 1;
 }
 
-// What the words of a login, behind "imap-login:", lack. The daemon cuts an address off at some 20
-// characters: of most IPv6 clients it never sees one.
+// What is missing in the words of a login behind "imap-login:". The daemon takes an address of at
+// most 20 characters, so that it never sees most IPv6 addresses.
 Kind lackOf(const Message& message, const char* words, Line& found) {
   constexpr size_t kLongestName = 256;
   constexpr size_t kLongestAddress = 20;
@@ -145,7 +145,7 @@ Kind kindOfLoginProcess(const Message& message, string_view process, const char*
   if (saysNo(text)) return Kind::kRefused;
   const bool has_level = startsWith(text, "Info: ");
   const char* words = has_level ? text + strlen("Info: ") : text;
-  // Of those that another format puts together, only logins name a process of the mailbox.
+  // Other formats may order the words in any way, but only logins name the process of the mailbox.
   const bool names_login = has(words, "ogin") || has(words, "ogged in") || has(words, "mpid=");
   const bool is_login = startsWith(words, "Login:") || startsWith(words, "Logged in:") ||
                         (names_login && has(words, "user=") && has(words, "rip="));

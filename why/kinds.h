@@ -4,8 +4,8 @@
 #include <string>
 
 enum class Kind {
-  kOther,       // of other programs, or no program's
-  kServerLine,  // of a server whose logins count, but no login
+  kOther,       // a line of another program, or of none
+  kServerLine,  // a line of a server whose logins count, but not a login
   kCounts,      // a login that counts, if it is young enough
   // Logins that do not count, or should not.
   kAnonymous,
@@ -29,7 +29,7 @@ constexpr int kKinds = static_cast<int>(Kind::kDate) + 1;
 struct KindText {
   const char* what;    // a noun
   const char* remedy;  // what is wrong with it, and what to do
-  bool wrong;          // with the set-up, not only for the one who logs in
+  bool wrong;          // whether the set-up is wrong, and not only this one login
 };
 
 const KindText& textOf(Kind kind);
@@ -45,6 +45,6 @@ struct Line {
   std::string address;  // the same
 };
 
-// What the line is. Whatever the daemon takes for a login is one, whatever it looks like; only a
-// line that it passes over can nearly be one. Valid until the next call.
+// The kind of the line. What the daemon takes for a login is a login, whatever it looks like. Only
+// a line that the daemon ignores can be nearly a login. Valid until the next call.
 const Line& kindOf(const char* line);

@@ -35,7 +35,7 @@ void note(Latest& latest, const Line& found, const char* line) {
   latest.line.assign(line, strnlen(line, kShownBytes));
 }
 
-// As the daemon: what is too old when it is read changes nothing.
+// As in the daemon, a login that is too old when it is read changes nothing.
 void authorize(Survey& survey, const Line& found, int lifetime, long long now) {
   if (found.when + lifetime < now) return;
   survey.authorized[found.address] = found.when;

@@ -12,14 +12,14 @@ namespace {
 
 using std::string;
 
-// The first of the programs that is here, "" if none is.
+// The first of the programs that is installed, "" if none is.
 string present(std::initializer_list<const char*> paths) {
   for (const char* path : paths)
     if (access(path, X_OK) == 0) return path;
   return "";
 }
 
-// In a child: becomes the program, with a time limit and settings that are not the caller's.
+// In a child process: becomes the program, with a time limit and without the caller's settings.
 [[noreturn]] void become(const string& program, const char* option, const char* what, int output) {
   static constexpr char kTimeout[] = "/usr/bin/timeout";
   static constexpr char kPath[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
@@ -31,7 +31,8 @@ string present(std::initializer_list<const char*> paths) {
   _exit(1);
 }
 
-// What the program prints, called with an option and what it asks for. No shell comes in.
+// What the program prints when it is called with this option and this question. No shell is
+// involved.
 string answerOf(const string& program, const char* option, const char* what) {
   constexpr size_t kMost = 4 << 20;
   int pipes[2];

@@ -5,6 +5,6 @@
 
 #include "why/report.h"
 
-// Asks Exim and Postfix, whichever is here, for their settings, which changes nothing, and says by
-// which command to ask them about this address.
+// Asks Exim and Postfix, whichever is installed, for their settings; this changes nothing. Reports
+// the command that asks them about this address.
 void askMailServers(Report& report, const std::string& address);

@@ -1,4 +1,4 @@
-// What the administrator gets to read, a finding a line.
+// What the administrator reads: each finding is a line.
 #pragma once
 
 #include <ctime>
@@ -9,7 +9,7 @@ enum class Found { kFine, kNote, kWrong, kUnknown };
 
 class Report {
  public:
-  // Colours only on a terminal. Brief: without what is fine.
+  // Uses colours only on a terminal. A brief report leaves out what is fine.
   explicit Report(bool brief);
 
   void say(Found found, const char* format, ...) __attribute__((format(printf, 3, 4)));
@@ -17,7 +17,7 @@ class Report {
   // A line of the log, under the finding before it.
   void quote(const std::string& line) const;
 
-  // The last line.
+  // The last line: the verdict.
   void conclude(bool good, const std::string& text) const;
 
   // How many findings there were of this sort.
@@ -31,10 +31,10 @@ class Report {
   std::string first_wrong_;
 };
 
-// "22:58" today, else with the date before it.
+// "22:58" for today, with the date before it for another day.
 std::string clockTime(time_t when);
 
-// A text from elsewhere, with everything escaped that a terminal might obey.
+// A text from elsewhere, with everything escaped that might control a terminal.
 std::string shown(std::string_view text);
 
 // As printf() makes it.

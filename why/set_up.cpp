@@ -34,7 +34,7 @@ string baseName(const string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-// The words of a process's command line, none if it cannot be seen.
+// The words of a process's command line; none if we may not see it.
 Words commandLine(int pid) {
   string content;
   readFile("/proc/" + std::to_string(pid) + "/cmdline", content);
@@ -50,7 +50,7 @@ string sinceWhen() {
   return formatted("; %s has not changed since %s", kHostFile, clockTime(status.st_mtime).c_str());
 }
 
-// Whether it runs; then with its arguments, if they can be seen.
+// Finds out whether the daemon runs, and its arguments if we may see them.
 bool findDaemon(Report& report, Words& arguments, bool& seen) {
   string content;
   const bool readable = readFile(kPidFile, content);
@@ -87,7 +87,7 @@ bool findDaemon(Report& report, Words& arguments, bool& seen) {
 
 // --- Its arguments ---
 
-// The words of OPTIONS in /etc/default, as systemd takes them.
+// The words of OPTIONS in /etc/default/cv-popb4smtp, split as systemd does.
 bool readDefaults(Report& report, Words& words) {
   string content;
   if (!readFile(kDefaults, content)) {
@@ -109,7 +109,7 @@ bool readDefaults(Report& report, Words& words) {
   return found;
 }
 
-// Takes the words as the daemon does; `number` gets what stands behind `t`.
+// Takes the words as the daemon does. `number` gets the word behind `t`.
 void takeArguments(Report& report, const Words& words, SetUp& set_up, string& number) {
   for (size_t i = 0; i < words.size(); ++i) {
     const char option = words[i].c_str()[0];

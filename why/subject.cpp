@@ -30,7 +30,7 @@ bool Subject::isIn(const char* line) const {
   return false;
 }
 
-// Whether a character beside it makes it a part of something longer.
+// Whether this character next to the subject makes it a part of a longer word.
 bool Subject::isPart(char c) const {
   const auto byte = static_cast<unsigned char>(c);
   if (type_ == kIPv4) return isdigit(byte) || c == '.';

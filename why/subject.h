@@ -16,7 +16,8 @@ class Subject {
   const std::string& text() const { return text_; }
   bool isAddress() const { return type_ == kIPv4 || type_ == kIPv6; }
 
-  // Whether this is the user or the address of a login. Users are the same in any case.
+  // Whether this is the user or the address of a login. Upper and lower case of a user do not
+  // matter.
   bool is(const std::string& user, const std::string& address) const;
 
   // Whether the line has it as a whole word.

@@ -13,7 +13,7 @@ using std::string;
 constexpr int kGood = 0;
 constexpr int kBad = 1;
 constexpr int kUnknown = 2;
-constexpr long kTwoLooks_s = 4;  // of the daemon: within these a login need not be listed yet
+constexpr long kTwoLooks_s = 4;  // two looks of the daemon: a newer login need not be listed yet
 
 int lifetimeOf(const SetUp& set_up) {
   minutes = set_up.minutes;
@@ -40,7 +40,7 @@ void reportKind(Report& report, Kind kind, const Latest& latest) {
   if (latest.address.empty()) report.quote(latest.line);
 }
 
-// Whether the host file holds what the log says it should.
+// Reports whether the host file has the addresses that it should have by the log.
 void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, const Listed& listed) {
   if (listed.written == 0) return;
   report.say(Found::kNote, "%s listed in %s: %lld, unchanged since %s",
@@ -59,7 +59,7 @@ void judgeListed(Report& report, const SetUp& set_up, const Survey& survey, cons
   }
 }
 
-// Why this login, which counts, does not count any more or not yet.
+// Why a login that counts has expired, or is not listed yet.
 string reasonOf(const SetUp& set_up, const Latest& login, long long over) {
   const long long now = time(nullptr);
   if (over < now)
@@ -83,7 +83,7 @@ string reasonOf(const Latest& other) {
                    text.remedy);
 }
 
-// Until when somebody stays listed, as far as can be said.
+// Until when the subject stays listed, as far as we know.
 string untilOf(const SetUp& set_up, const Latest& login, const Listed& listed, int lifetime) {
   const long long now = time(nullptr);
   const bool is_young = login.when != 0 && login.when + lifetime >= now;
