@@ -143,30 +143,24 @@ def login(when, address, user, number=0):
             f"lip=10.77.0.1, mpid={number}, TLS, session=<{number:012x}KTQAL>\n")
 
 
-def write_logins(file, count, when, user="user{}", devices=2):
-    """Logins of one second from `count` addresses, each user with so many of them."""
-    for i, address in enumerate(addresses(count)):
-        file.write(login(when, address, user.format(i // devices), i))
+def write_logins(file, count, when, seed=1):
+    """Logins of one second from `count` addresses, two of each user."""
+    for i, address in enumerate(addresses(count, seed)):
+        file.write(login(when, address, f"user{i // 2}", i))
 
 
 def write_sessions(file, count, when):
     """Classic sessions whose ends are missing: each process connects and logs in."""
-    traffic = Traffic(1)
-    head = stamp(when)
     for i, address in enumerate(addresses(count)):
-        traffic.pid += 1 + int(traffic.random.random() * 30)
-        program = f"{head}vm-pop3d[{traffic.pid}]:"
+        program = f"{stamp(when)}vm-pop3d[{1000 + 13 * i}]:"
         file.write(f"{program} Connect from {address}\n"
                    f"{program} User 'user{i}' of 'dom{i % 400}.example' logged in with mailbox\n")
 
 
 def write_connects(file, count, when):
     """Classic processes that connect, and then end in the same order."""
-    head = stamp(when)
-    for pid in range(count):
-        file.write(f"{head}vm-pop3d[{pid}]: Connect from 192.0.2.{pid % 256}\n")
-    for pid in range(count):
-        file.write(f"{head}vm-pop3d[{pid}]: Session ended\n")
+    for message in ("Connect from 192.0.2.7", "Session ended"):
+        file.writelines(f"{stamp(when)}vm-pop3d[{pid}]: {message}\n" for pid in range(count))
 
 
 def write_ends(file, count, when, domains):
