@@ -42,7 +42,7 @@ def test_standalone_mode_stays_and_prints_each_line_at_once(machine):
                 f"{stamp}Warning: logfile '/var/log/absent' does not exist\n"
                 f"{stamp}Using set log file: /var/log/other\n"
                 "Log has been updated, scanning from 0\n")
-    machine.wait_for(lambda: re.fullmatch(expected, machine.read("/var/log/printed")))
+    machine.wait_for(lambda: re.fullmatch(expected, machine.read("/var/log/printed") or ""))
     machine.append(login("192.0.2.7"), "/var/log/other")
     machine.wait_for(lambda: machine.read("/var/log/printed").endswith(
         "scanning from 0\nAdding bob 192.0.2.7\n"))
