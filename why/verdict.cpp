@@ -72,7 +72,8 @@ string reasonOf(const SetUp& set_up, const Latest& login, long long over) {
                      clockTime(login.when).c_str());
   if (login.when > now - kTwoLooks_s) return "logged in just now: look again in two seconds";
   return formatted(
-      "logged in at %s, but is not listed: does the daemon follow this log? See "
+      "logged in at %s, but is not listed: a login in the same second as another line counts "
+      "with the next line, within five minutes; else: does the daemon follow this log? See "
       "/var/log/corvane/cv-popb4smtp.log",
       clockTime(login.when).c_str());
 }
