@@ -92,7 +92,7 @@ int lockStarts() {
 
 void endIfOneRuns() {
   const int pid = recordedPid();
-  // A negative number is no process; kill() would take it for a group of them.
+  // A negative number is not a process; kill() would take it for a process group.
   if (pid <= 0 || kill(pid, 0) != 0) return;
   // The two blanks stay: administrators' scripts look for them.
   log("Cannot start.  PID %d is already running.", pid);

@@ -97,7 +97,7 @@ void randseed();
 // A letter or digit; with `special` any printable ASCII but blank, '/' and '\'.
 char getRandChar(bool special);
 
-// Seeds rand() anew; then `length` such characters as a new text.
+// Calls randseed(). Returns `length` such characters as a new text.
 char* getRandString(int length, bool special);
 
 // `path`, a dot and eight letters or digits, as a new text that names no file yet. If nineteen

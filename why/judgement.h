@@ -9,7 +9,7 @@
 #include <string>
 
 enum class Made {
-  kNothing,     // passed over, or a login line that lacks something
+  kNothing,     // an ignored line, or a login line that lacks something
   kConnection,  // the connection or the end of a classic process
   kAdmission,
   kLoopback,   // a login from the server itself
