@@ -466,9 +466,7 @@ void ConfigFile::settle() {
   if (!index_) return;
   index_.reset();
   sortByName(params + settled_, params + param);
-  std::inplace_merge(
-      params, params + settled_, params + param,
-      [](const ParamEntry* a, const ParamEntry* b) { return strcomp(a->name, b->name) < 0; });
+  mergeByName(params, params + settled_, params + param);
 }
 
 // --- File attributes ---

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -48,6 +49,26 @@ void sortByName(ParamEntry** first, ParamEntry** last) {
     leads.push_back({leadOf((*entry)->name), *entry});
   std::sort(leads.begin(), leads.end());
   for (const Led& each : leads) *first++ = each.entry;
+}
+
+void mergeByName(ParamEntry** first, ParamEntry** middle, ParamEntry** last) {
+  const std::vector<ParamEntry*> added(middle, last);
+  const auto comesBefore = [](const char* a, const ParamEntry* b) {
+    return strcomp(a, b->name) < 0;
+  };
+  // From the back, so that each entry moves once. The place is searched in growing steps, since it
+  // is mostly near the one before.
+  for (auto entry = added.rbegin(); entry != added.rend(); ++entry) {
+    const char* const name = (*entry)->name;
+    ptrdiff_t step = 1;
+    ParamEntry** behind = middle;  // these come behind the name
+    for (; behind - first >= step && comesBefore(name, behind[-step]); step *= 2) behind -= step;
+    ParamEntry** const before = behind - std::min(step, behind - first);
+    ParamEntry** const place = std::upper_bound(before, behind, name, comesBefore);
+    last = std::move_backward(place, middle, last);
+    *--last = *entry;
+    middle = place;
+  }
 }
 
 }  // namespace cv
