@@ -8,7 +8,6 @@
 #include <cstdlib>
 
 #include "daemon/line_date.h"
-#include "fake_time.h"
 #include "fuzz.h"
 
 namespace {

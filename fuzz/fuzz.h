@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "fake_time.h"
+
 // Called by the fuzzer, or by replay_main.cpp, before the first input.
 extern "C" inline __attribute__((used)) int LLVMFuzzerInitialize(int*, char***) {
   if (access("/run/private/etc", F_OK) != 0) {

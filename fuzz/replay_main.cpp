@@ -9,13 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <set>
 #include <vector>
 
 #include "fuzz.h"
+#include "test_files.h"
 
 extern "C" const char* __asan_default_options() {
   return "abort_on_error=1";
@@ -61,11 +60,7 @@ int main(int argc, char** argv) {
   std::set<std::filesystem::path> files;  // the random sequence depends on their order
   for (const auto& entry : std::filesystem::directory_iterator(argv[1])) files.insert(entry);
   std::vector<std::string> corpus;
-  for (const auto& file : files) {
-    std::ifstream stream(file, std::ios::binary);
-    run(corpus.emplace_back(std::istreambuf_iterator<char>(stream),
-                            std::istreambuf_iterator<char>()));
-  }
+  for (const auto& file : files) run(corpus.emplace_back(contentOf(file)));
   std::mt19937 random(20240307);
   const auto any = [&]() -> const std::string& { return corpus[random() % corpus.size()]; };
   const unsigned long runs = corpus.empty() ? 0 : strtoul(argv[2], nullptr, 10);

@@ -4,7 +4,6 @@
 
 #include "daemon/login.h"
 #include "daemon/state.h"
-#include "fake_time.h"
 #include "fuzz.h"
 #include "support/stream.h"
 #include "why/log_survey.h"

@@ -1,7 +1,9 @@
-// The clock of the unit tests.
+// The clock of the tests. Who includes this is linked with --wrap=time,--wrap=__time64.
 #pragma once
 
 #include <ctime>
+
+inline time_t fake_now = 0;  // 0: the real time
 
 // What time() returns while one lives; the real time otherwise.
 class FakeTime {
@@ -10,8 +12,30 @@ class FakeTime {
   ~FakeTime() { set(0); }
   FakeTime(const FakeTime&) = delete;
   FakeTime& operator=(const FakeTime&) = delete;
-  void set(time_t now);
+  void set(time_t now) { fake_now = now; }
 };
 
+extern "C" {
+__attribute__((used)) inline time_t __wrap_time(time_t* out) {
+  timespec real;
+  clock_gettime(CLOCK_REALTIME, &real);
+  const time_t now = fake_now == 0 ? real.tv_sec : fake_now;
+  if (out) *out = now;
+  return now;
+}
+// Its name where a time has 64 bits and a long 32.
+__attribute__((used)) inline time_t __wrap___time64(time_t* out) {
+  return __wrap_time(out);
+}
+}
+
 // Midday of a date, in the zone of the run.
-time_t midday(int year, int month, int day);
+inline time_t midday(int year, int month, int day) {
+  tm date = {};
+  date.tm_year = year - 1900;
+  date.tm_mon = month - 1;
+  date.tm_mday = day;
+  date.tm_hour = 12;
+  date.tm_isdst = -1;
+  return mktime(&date);
+}

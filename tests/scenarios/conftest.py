@@ -1,6 +1,7 @@
 """The running daemon, whole, on its real paths inside a private namespace."""
 
 import os
+import signal
 import subprocess
 import time
 from pathlib import Path
@@ -21,19 +22,16 @@ PID_FILE = "/run/cv-popb4smtp.pid"
 class Machine:
     """Private namespaces and the daemon in them; all of it ends with the scenario."""
 
-    enter = ("--mount", "--root", "--pid")
-
-    def __init__(self, directory, holder=("sh", "-c", "echo ready; cat")):
+    def __init__(self):
         # It lives until its standard input ends: also when this process is killed.
         self.holder = subprocess.Popen(
-            [PROJECT / "scripts/in-private-namespace", *holder],
+            [PROJECT / "scripts/in-private-namespace", "sh", "-c", "echo ready; cat"],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         if self.holder.stdout.readline() != "ready\n":
             no_namespace = self.holder.wait() == 77
             (pytest.skip if no_namespace else pytest.fail)("no private namespace to be had")
         self.first_process = self.children(self.holder.pid)[0]
         self.root = Path(f"/proc/{self.first_process}/root")
-        self.directory = directory
         self.modified = int(time.time()) + 60
 
     @staticmethod
@@ -50,7 +48,7 @@ class Machine:
         self.holder.wait()
 
     def command(self, *arguments):
-        return ["nsenter", "--target", self.first_process, *self.enter, *arguments]
+        return ["nsenter", "--target", self.first_process, "--mount", "--root", "--pid", *arguments]
 
     def inside(self, script, *arguments):
         """Runs a script of the shell, for what only the namespace can do."""
@@ -69,10 +67,10 @@ class Machine:
         assert self.run(*arguments) == (0, "")
         return int(self.wait_for(lambda: self.read(PID_FILE)))
 
-    def kill(self, pid):
-        """Ends a process of the namespace at once, and waits until it has gone."""
-        subprocess.run(self.command("kill", "-KILL", str(pid)), check=True)
-        self.wait_for(lambda: not self.path(f"/proc/{pid}").exists())
+    def crash(self):
+        """Ends the daemon in the background at once, and waits until it has gone."""
+        os.kill(self.wait_for(self.background), signal.SIGKILL)
+        self.wait_for(lambda: not self.background())
 
     def path(self, name):
         return self.root / name.lstrip("/")
@@ -142,7 +140,7 @@ def login(address, user="bob", age=0, text="dovecot: imap-login: Login: user=<{u
 
 
 @pytest.fixture
-def machine(tmp_path):
-    made = Machine(tmp_path)
+def machine():
+    made = Machine()
     yield made
     made.close()

@@ -4,11 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <filesystem>
-#include <regex>
-
-#include "daemon/state.h"
 #include "fake_time.h"
 #include "test_files.h"
 
@@ -38,24 +33,6 @@ TEST(Kinds, OfRecordingsAreWhatTheDaemonMakesOfThem) {
     const Kind kind = kindOf(lines[i].c_str()).kind;
     EXPECT_EQ(counts(kind), expected[i].starts_with("admit")) << lines[i];
     EXPECT_FALSE(isNearly(kind)) << lines[i];
-  }
-}
-
-TEST(Kinds, OfSampleLinesAreNearlyLoginsOnlyWhereTheySayLogin) {
-  const std::regex login(
-      "(.*-login: +(Info: )?([Ll]ogin|Logged in): .*)|"
-      "(.*\\]: (Login user=|User '|Authenticated ).*)");
-  for (const auto& file : std::filesystem::directory_iterator(SAMPLE_LINES)) {
-    const auto text = linesOf(contentOf(file.path()) + "\n");
-    for (size_t i = 0; i + 1 < text.size(); ++i) {
-      if (text[i].empty()) process_ips.empty();
-      // Not those of another time, and those that repeat a letter.
-      if (text[i].empty() || strchr("#$= @", text[i][0]) || strchr(text[i].c_str(), '{')) continue;
-      const string& line = text[i];
-      const Kind kind = line[0] == '|' ? kindOf(line.c_str() + 1).kind : kindNow(line);
-      EXPECT_EQ(counts(kind), text[i + 1].starts_with("  admit")) << line;
-      EXPECT_LE(isNearly(kind), std::regex_match(line, login)) << line;
-    }
   }
 }
 
