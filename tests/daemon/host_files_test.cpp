@@ -33,17 +33,6 @@ class HostFiles : public testing::Test {
 
 }  // namespace
 
-TEST_F(HostFiles, ListTheTablesInTheirOrder) {
-  admit("9.0.0.1", "1700000000", "carol");
-  admit("10.0.0.1", "1700000000", nullptr);
-  admit("10.0.0.10", "1700000000", "");
-  admit("10.0.0.2", "1700000000", "bob@dom1.example");
-  writeHostFile();
-  writeUserFile();
-  EXPECT_EQ(contentOf(kHostFile), "10.0.0.1\n10.0.0.10\n10.0.0.2\n9.0.0.1\n");
-  EXPECT_EQ(contentOf(kUserFile), "10.0.0.10: \n10.0.0.2: bob@dom1.example\n9.0.0.1: carol\n");
-}
-
 TEST_F(HostFiles, AreWrittenInOnePiece) {
   for (int i = 0; i < 1000; ++i) admit("10.0.1." + std::to_string(i), "1", "long");
   const auto writes = [] {

@@ -1,8 +1,6 @@
 // Every sample line in tests/lines does what is written under it; CONTRIBUTING.md tells the form.
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
-#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -25,18 +23,15 @@ namespace {
 class Block {
  public:
   Block() {
-    umount2(kDomains, MNT_DETACH);
-    for (const std::string folder : {kDomains, "/usr/local/corvane/data/users"}) {
-      fs::remove_all(folder);
-      fs::create_directories(folder);
-    }
+    for (const char* folder : {kDomains, kPanelUsers}) fs::remove_all(folder);
+    fs::create_directories("/etc/virtual/dom1");
+    fs::create_directories("/usr/local/corvane/data/users/bob");
     newActivity();
   }
   ~Block() {
     for (ConfigFile* table : {&host_list, &user_list, &process_ips, &last_login}) table->empty();
     is_daemon = 1;
     minutes = 30;
-    umask(022);
   }
 
   void prepare(const std::string& command) {
@@ -46,11 +41,9 @@ class Block {
 
   void set(const std::string& setting) {
     int year, month, day;
-    unsigned mask;
     if (setting == " standalone") is_daemon = 0;
     if (setting == " last-logins") records_ = true;
     sscanf(setting.c_str(), " minutes %d", &minutes);
-    if (sscanf(setting.c_str(), " umask %o", &mask) == 1) umask(mask);
     if (sscanf(setting.c_str(), " date %d %d %d", &year, &month, &day) == 3)
       clock_.set(midday(year, month, day));
   }

@@ -54,18 +54,21 @@ TEST(ListFile, EveryKindStandsInItsOrderHoweverItIsFilled) {
       {ListFile::kContainers, true, {"10.0.0.10", "10.0.0.9", "B", "a", "b"}},
   };
   for (const auto& row : rows)
-    for (const bool gathered : {false, true}) {
+    for (const char* way : {"one by one", "gathered", "sorted at last"}) {
       std::vector<std::string> given = row.order;
       do {
         ListFile list(nullptr, "file");
         if (row.kind == ListFile::kContainers) list.set_to_Container_type();
         list.listType = row.kind;
         list.set_setting(ListFile::kCaseSensitive, row.by_case);
-        list.gather(gathered);
+        list.gather(way[0] == 'g');
+        list.set_setting(ListFile::kUnsorted, way[0] == 's');
         for (const std::string& text : given) list.addElement(text.c_str(), true, false);
-        list.addElement(given[0].c_str(), true, false);  // has it already
         list.gather(false);
-        EXPECT_EQ(contents(list), row.order) << row.kind << ", first " << given[0];
+        if (way[0] == 's') list.sort();
+        list.set_setting(ListFile::kUnsorted, false);
+        list.addElement(given[0].c_str(), true, false);  // has it already
+        EXPECT_EQ(contents(list), row.order) << row.kind << " " << way << ", first " << given[0];
         for (int i = 0; i < list.count; ++i)
           EXPECT_EQ(list.getIndex(row.order[static_cast<size_t>(i)].c_str(), false), i) << row.kind;
         EXPECT_EQ(list.getIndex("0.0.0.1", false), -1) << row.kind;

@@ -54,6 +54,7 @@ TEST(LoggingTest, ErrorsGoToTheirFileOrStandardOutput) {
   delString(log.error_log_path);
   log.error_log_path = newString("/run/absent/log");
   EXPECT_EQ(
-      printedBy(log, 10, [](Logging& to) { to.errorLog("lost"); }),
-      kPid + "Error opening /run/absent/log: No such file or directory\n" + kStart + "lost\n");
+      printedBy(log, 10, [](Logging& to) { to.errorLog_debug(10, "lost"); }),
+      kPid + "Error opening /run/absent/log: No such file or directory\n" + kStart + "lost\n" +
+          kPid + "lost\n");
 }
