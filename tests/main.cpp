@@ -5,34 +5,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <new>
-
-#include "test_files.h"
-
-namespace {
-long live_arrays = 0;
-}
-
-void* operator new[](size_t size) {
-  void* memory = malloc(size);
-  if (!memory) throw std::bad_alloc();
-  ++live_arrays;
-  return memory;
-}
-
-void operator delete[](void* memory) noexcept {
-  if (memory) --live_arrays;
-  free(memory);
-}
-
-void operator delete[](void* memory, size_t) noexcept {
-  operator delete[](memory);
-}
-
-long liveTexts() {
-  return live_arrays;
-}
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);

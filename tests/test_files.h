@@ -53,6 +53,3 @@ inline std::vector<std::string> newActivity() {
   remove(kActivityLog);
   return messages;
 }
-
-// How many texts and buffers there are that have not been released: arrays from new (main.cpp).
-long liveTexts();

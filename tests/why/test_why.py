@@ -10,7 +10,7 @@ from pathlib import Path
 import pytest
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "scenarios"))
-from conftest import HOSTS, login, machine  # of the scenarios
+from conftest import HOSTS, PROJECT, login, machine  # of the scenarios
 
 LOG = "/var/log/mail-logins.log"
 AT = r"(\d{4}-\d\d-\d\d )?\d\d:\d\d"
@@ -104,6 +104,52 @@ def test_a_mistake_is_named_with_its_remedy(machine, log, options, before, subje
     found, said = why(machine, *subject.split())
     assert re.search(answer, said, re.M), said
     assert found == status, said
+
+
+# What is said of a kind of line, and lines of it.
+KINDS = {
+    "login over IPv6": [
+        "dovecot: imap-login: Login: user=<b>, rip=2001:db8:1:2:3:4:5:6789, lip=::1",
+        "imapd[9]: Login user=alice auth=alice nil nil nil host=[NON-IPv4], x"],
+    "login of another program": [
+        "dovecot: managesieve-login: Logged in: user=<bob>, rip=::1, lip=::1",
+        "imapd: LOGIN, user=bob, ip=[::ffff:192.0.2.7], protocol=IMAP"],
+    "refused login": [
+        "dovecot: imap-login: Info: Aborted login (auth failed): user=<b>, rip=::1",
+        "imapd[9]: Login SYSTEM BREAK-IN ATTEMPT user=alice host=[192.0.2.8]"],
+    '"Info:" or no program stands before': [
+        "dovecot: imap-login: Info: Login: user=<bob>, rip=192.0.2.7, lip=192.0.2.1",
+        "imap-login: Login: user=<bob>, rip=192.0.2.7, lip=192.0.2.1"],
+    'the message does not begin with "Login:"': [
+        "dovecot: imap-login: user=<bob>, rip=192.0.2.7, lip=192.0.2.1: Login"],
+    "the user does not stand between": [
+        "dovecot: imap-login: Login: user=bob, rip=192.0.2.7, session=<x>"],
+    'no "rip=ADDRESS," stands behind the user': [
+        "dovecot: imap-login: Login: user=<bob>, rip=192.0.2.7:4711, lip=192.0.2.1"],
+    "the address of the client, .*, is missing": [
+        "imapd[9]: Login user=alice auth=alice host=[192.0.2.8]"],
+    'imapd writes "Authenticated"': ["imapd[9]: Authenticated user=alice host=[192.0.2.8] mech=PLAIN"],
+}
+NO_LOGINS = [
+    "dovecot: imap(login)<1><x>: Disconnected: Logged out in=1 out=2",
+    "postfix/smtpd[1]: warning: imap-login: Login: user=<b>, rip=1.2.3.4, x",
+    "exim[1]: login authenticator failed for (x) [192.0.2.7]: user=<bob>, rip="]
+
+
+def test_each_line_is_of_its_kind(machine):
+    lines = sum(KINDS.values(), NO_LOGINS)
+    machine.write(LOG, "".join(login("", text=line) for line in lines))
+    said = why(machine, "f", LOG)[1]
+    for kind, of_kind in KINDS.items():
+        assert re.search(f" {len(of_kind)} x .*{kind}", said), kind + said
+    assert sum(map(int, re.findall(r" (\d+) x ", said))) == len(lines) - len(NO_LOGINS), said
+
+
+def test_the_logins_of_a_recording_are_those_that_the_daemon_admits(machine):
+    recording = PROJECT / "samples/dovecot-2.3-default"
+    admitted = Path(f"{recording}.expect").read_text().count("admit ")
+    said = why(machine, "f", f"{recording}.log")[1]
+    assert f" {admitted} x login, " in said and "nearly" not in said
 
 
 @pytest.mark.skipif(os.geteuid() != 0, reason="only root can become nobody")
