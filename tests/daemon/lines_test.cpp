@@ -7,13 +7,11 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <utility>
 
 #include "daemon/last_login.h"
 #include "daemon/line_recognition.h"
-#include "daemon/state.h"
+#include "effects.h"
 #include "fake_time.h"
-#include "test_files.h"
 
 namespace fs = std::filesystem;
 
@@ -26,17 +24,16 @@ class Block {
     for (const char* folder : {kDomains, kPanelUsers}) fs::remove_all(folder);
     fs::create_directories("/etc/virtual/dom1");
     fs::create_directories("/usr/local/corvane/data/users/bob");
-    newActivity();
+    effects_.begin();
   }
   ~Block() {
-    for (ConfigFile* table : {&host_list, &user_list, &process_ips, &last_login}) table->empty();
     is_daemon = 1;
     minutes = 30;
   }
 
   void prepare(const std::string& command) {
     EXPECT_EQ(std::system(command.c_str()), 0) << command;
-    files_ = recordsWritten();
+    effects_.begin();
   }
 
   void set(const std::string& setting) {
@@ -59,30 +56,12 @@ class Block {
     const std::string line = sample[0] == '|'
                                  ? sample.substr(1)
                                  : stamp + sample.substr(dated ? sample.find(' ') + 1 : 0);
-    for (ConfigFile* table : {&host_list, &user_list, &last_login}) table->empty();
-    Table processes = entriesOf(process_ips);
     testing::internal::CaptureStdout();
     parseLine(line.c_str());
     if (records_) write_last_logins();
     const std::string printed = testing::internal::GetCapturedStdout();
 
-    std::string effects;
-    const Table users = entriesOf(user_list);
-    for (const auto& [ip, then] : entriesOf(host_list))
-      effects += "  admit " + ip + (users.contains(ip) ? " " + users.at(ip) : "") +
-                 (then == std::to_string(static_cast<int>(when)) ? "\n" : " at " + then + "\n");
-    for (const auto& [pid, text] : entriesOf(process_ips)) {
-      const auto before = processes.extract(pid);
-      if (!before || before.mapped() != text) effects += "  process " + pid + " " + text + "\n";
-    }
-    for (const auto& entry : processes) effects += "  forget " + entry.first + "\n";
-    for (const auto& [path, content] : recordsWritten()) {
-      const std::string old = std::exchange(files_[path], content);
-      if (content == old) continue;
-      effects += "  " + path + " " + content.substr(content.starts_with(old) ? old.size() : 0);
-      if (effects.back() != '\n') effects += '\n';
-    }
-    for (const std::string& message : newActivity()) effects += "  says " + message + "\n";
+    std::string effects = effects_.take(when);
     for (const std::string& text : linesOf(printed)) effects += "  prints " + text + "\n";
     return effects;
   }
@@ -90,7 +69,7 @@ class Block {
  private:
   FakeTime clock_{midday(2026, 11, 21)};
   bool records_ = false;
-  Table files_;
+  Effects effects_;
 };
 
 // "{257n}" stands for 257 times the letter n, "NOW-60" for the time a minute ago.

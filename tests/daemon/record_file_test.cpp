@@ -2,10 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-
-#include <csignal>
 
 #include "test_files.h"
 
@@ -14,17 +11,6 @@ TEST(RecordFile, HoldsNothingOfTheRecordBefore) {
   for (const char* record : {"when=1", "when=22", "when=33", "when=4", "", "when=5"}) {
     EXPECT_TRUE(replaceRecord(kPath, record));
     EXPECT_EQ(contentOf(kPath), record);
-  }
-  rlimit usual;
-  getrlimit(RLIMIT_FSIZE, &usual);
-  signal(SIGXFSZ, SIG_IGN);
-  for (const size_t room : {4u, 0u}) {
-    write(kPath, "before");
-    const rlimit little = {room, usual.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &little);
-    EXPECT_TRUE(replaceRecord(kPath, "behind"));
-    setrlimit(RLIMIT_FSIZE, &usual);
-    EXPECT_EQ(contentOf(kPath), std::string("behind").substr(0, room)) << "as much as has room";
   }
 }
 

@@ -7,18 +7,21 @@ from pathlib import Path
 import pytest
 from conftest import ACTIVITY, HOSTS, LOG, PID_FILE, login
 
+RECORD = "/etc/virtual/dom1/last_login/bob"
 UNDATED = "Xyz 1 00:00:00 mail dovecot: imap-login: Login:\n"
 
 
 def test_a_limit_of_file_size_cuts_files_until_it_is_lifted(machine):
     machine.write(LOG, "")
+    machine.write(RECORD, "before")
     machine.start()
     machine.wait_for(lambda: machine.read(HOSTS) == "")
     limit = machine.background(), resource.RLIMIT_FSIZE
     before = resource.prlimit(*limit)
     resource.prlimit(*limit, (4, before[1]))
-    machine.append(login("192.0.2.1") + UNDATED)
-    machine.wait_for(lambda: machine.read(HOSTS) == "192." and machine.read(ACTIVITY))
+    machine.append(login("192.0.2.1", "bob@dom1") + UNDATED)
+    machine.wait_for(lambda: machine.read(HOSTS) == "192." and machine.read(RECORD) == "when")
+    assert machine.read(ACTIVITY)
     resource.prlimit(*limit, before)
     machine.append("")
     machine.wait_for(lambda: machine.hosts() == ["192.0.2.1"])

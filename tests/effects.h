@@ -1,0 +1,45 @@
+// What lines of the mail log have done.
+#pragma once
+
+#include <utility>
+
+#include "daemon/state.h"
+#include "test_files.h"
+
+// Compares tables, records and the activity log with what they were.
+class Effects {
+ public:
+  // Empties the tables and takes all that is there for known.
+  void begin() {
+    process_ips.empty();
+    take(0);
+  }
+
+  // What has been done since the last call, an effect a line, in the form of tests/lines. Logins of
+  // the time `when` go without it. Hosts, users and last logins are gone then.
+  std::string take(time_t when) {
+    std::string effects;
+    const Table users = entriesOf(user_list);
+    for (const auto& [ip, then] : entriesOf(host_list))
+      effects += "  admit " + ip + (users.contains(ip) ? " " + users.at(ip) : "") +
+                 (then == std::to_string(static_cast<int>(when)) ? "\n" : " at " + then + "\n");
+    Table gone = std::exchange(processes_, entriesOf(process_ips));
+    for (const auto& [pid, text] : processes_) {
+      const auto before = gone.extract(pid);
+      if (!before || before.mapped() != text) effects += "  process " + pid + " " + text + "\n";
+    }
+    for (const auto& entry : gone) effects += "  forget " + entry.first + "\n";
+    for (const auto& [path, content] : recordsWritten()) {
+      const std::string old = std::exchange(files_[path], content);
+      if (content == old) continue;
+      effects += "  " + path + " " + content.substr(content.starts_with(old) ? old.size() : 0);
+      if (effects.back() != '\n') effects += '\n';
+    }
+    for (const std::string& message : newActivity()) effects += "  says " + message + "\n";
+    for (ConfigFile* table : {&host_list, &user_list, &last_login}) table->empty();
+    return effects;
+  }
+
+ private:
+  Table processes_, files_;
+};
