@@ -37,15 +37,12 @@ void run(const std::string& input) {
 
 // A few changes: bytes put in, exchanged and taken out, pieces of this and of another input.
 std::string changed(std::string input, const std::string& other, std::mt19937& random) {
-  static constexpr char kBytes[] = "\n\r\t '<>()[]=&/.,:@-%09aZ\x7f\x80\xff";
   const auto below = [&random](size_t n) { return random() % n; };
   for (size_t changes = 1 + below(5); changes > 0; --changes) {
     const std::string& source = below(2) ? input : other;
-    const std::string pieces[] = {"",
-                                  {kBytes[below(sizeof kBytes)]},
-                                  {static_cast<char>(random())},
-                                  source.substr(below(source.size() + 1), below(40))};
-    input.replace(below(input.size() + 1), below(2) * below(20), pieces[below(4)]);
+    const std::string piece = source.substr(below(source.size() + 1), below(2) ? 1 : below(40));
+    input.replace(below(input.size() + 1), below(2) * below(20),
+                  below(4) ? piece : std::string(1, static_cast<char>(random())));
   }
   return input;
 }

@@ -117,14 +117,6 @@ struct PlainTable {
       at(from) = {Text(), Text(), multi_type ? at(from).type : 1};
     }
   }
-
-  // What is missing is copied as an empty text, and of a slot without a name nothing.
-  void copy() {
-    for (Entry& entry : slots)
-      entry = entry.name ? Entry{entry.name, isText(entry) ? entry.value.value_or("") : entry.value,
-                                 entry.type}
-                         : Entry();
-  }
 };
 
 // A few letters in both cases and digits, so that names meet; some are longer than most.
@@ -187,10 +179,7 @@ void driveTable(Input& input) {
     const char* found = slot == -1 ? nullptr : chars(plain.at(slot).value);
     CHECK(strcomp(table.getValue(asked.c_str()), found) == 0, asked);
   }
-  ConfigFile copy(nullptr, &table);
   check(table, plain);
-  plain.copy();
-  check(copy, plain);
 }
 
 }  // namespace

@@ -37,14 +37,6 @@ TEST(ConfigFile, ANewTableHasTheseFields) {
   EXPECT_THROW(ConfigFile(nullptr, nullptr, -1), std::bad_array_new_length);
 }
 
-TEST(ConfigFile, GrowsFourfoldBelow64SlotsAndTwofoldFromThere) {
-  for (const auto& [slots, want] : {std::pair(0LL, 64LL), {16, 64}, {63, 252}, {64, 128}}) {
-    ConfigFile table(nullptr, nullptr, slots);
-    for (long long i = 0; i <= slots; ++i) table.setParam(std::to_string(i).c_str(), 1);
-    EXPECT_EQ(table.size, want) << slots << " slots";
-  }
-}
-
 // A value of the type, for the table to adopt.
 char* valueOf(int type) {
   if (type == ConfigFile::kLongInteger) return reinterpret_cast<char*>(7);

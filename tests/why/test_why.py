@@ -62,7 +62,6 @@ def why(machine, *arguments, account=()):
     (log(age=2880), "", "", "192.0.2.7", 1,
      rf"may not: last login at {AT}, over at {AT} \(t 30\): connections that stay open do not"),
     (log(age=7200), "", "", "", 1, "2.0 hours behind.*zone.*restart rsyslog"),
-    (log(age=-700), "", "", "", 1, "in the future: set the clock"),
     (log(address="127.0.0.1"), "", "", "bob", 1, "from 127.0.0.1: loopback is never listed: allow"),
     (log("dovecot: imap-login: Disconnected (auth failed, 1 attempts): user=<bob>, rip=::1"), "",
      "", "bob", 1, f"\nbob may not: refused login at {AT}: it does not count: wrong password"),
@@ -73,10 +72,8 @@ def why(machine, *arguments, account=()):
     (BOB, "", f"touch -d '2 days ago' {LOG}", "", 1, f"{LOG} is not written any more since 20"),
     (heartbeats(7200), "", "", "", 1, rf"{LOG} is not written any more since {AT}(?!(.*\n)*.*zone)"),
     (heartbeats(60), "", "", "", 0, "note  no line of dovecot"),
-    (log("postfix/smtpd[9]: connect from x[192.0.2.7]"), "", "", "", 1, "no line of dovecot, imapd"),
     (BOB, "t abc", "", "", 1, "t abc is no number and counts as 0 seconds: .*end at once"),
     (BOB, "t 35791395", "", "", 1, "t 35791395 wraps round to -2147483596 seconds: .*at once"),
-    (BOB, "t 9999999", "", "", 1, "599999940 seconds: authorizations as good as never end"),
     (BOB, "-t 45", "", "", 1, "does not start with \"-t\": options are words without a dash"),
     (BOB, "", "kill $(cat /run/cv-popb4smtp.pid); sleep 0.5", "", 1,
      f"the daemon is not running .*systemctl start.*; {HOSTS} has not changed since {AT}"),
@@ -91,7 +88,6 @@ def why(machine, *arguments, account=()):
      "imap-login: Login: user=<bob>, rip=192.0.2.7, lip=::1'", "192.0.2.7 f /var/log/huge", 0,
      f"1 lines are so long.*\n(.*\n)*192.0.2.7 may relay until {AT}, as bob$"),
     (BOB, "", "", "t", 1, "t may not: no login"),
-    (BOB, "", "", "--help", 0, "^Usage: "),
     (BOB, "", "", "--version", 0, r"^cv-popb4smtp-why \d"),
 ])
 def test_a_mistake_is_named_with_its_remedy(machine, log, options, before, subject, status, answer):
