@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -31,22 +32,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
   abort();
 }
 
-// An input, taken piece by piece. Texts end at their first NUL; what is missing reads as 0.
+// An input, taken piece by piece. A line ends at its first NUL; what is missing reads as 0.
 struct Input {
   std::string_view rest;
 
-  explicit Input(std::string_view bytes) : rest(bytes) {}
   Input(const uint8_t* data, size_t size) : rest(reinterpret_cast<const char*>(data), size) {}
 
-  std::string text(size_t length) {
-    const std::string taken(rest.substr(0, length));
-    rest.remove_prefix(taken.size());
-    return taken.c_str();
-  }
   std::string line() {
-    const std::string taken = text(rest.find('\n'));
-    rest.remove_prefix(!rest.empty());
-    return taken;
+    const std::string taken(rest.substr(0, rest.find('\n')));
+    rest.remove_prefix(std::min(rest.size(), taken.size() + 1));
+    return taken.c_str();
   }
   unsigned byte() {
     const unsigned value = rest.empty() ? 0 : static_cast<unsigned char>(rest[0]);

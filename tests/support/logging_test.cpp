@@ -42,9 +42,9 @@ TEST(LoggingTest, TracesArePrintedFromTheirLevelOnAndStampedAtSevens) {
 
 TEST(LoggingTest, ErrorsGoToTheirFileOrStandardOutput) {
   Logging log;
-  log.show_pid = true;
   const auto all = [](Logging& to) { to.allLog(100, "%s", "all"); };
-  EXPECT_EQ(printedBy(log, 0, all), "all\nall\n");
+  EXPECT_EQ(printedBy(log, 100, all), "all\nall\nall\n");
+  log.show_pid = true;
   log.error_log_path = newString("/run/error");
   log.security_log_path = newString("/run/security");
   EXPECT_EQ(printedBy(log, 100, all), kPid + "all\n");

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 
 #include "support/config.h"
@@ -112,6 +114,20 @@ TEST_F(System, AnEntryIsGivenAwayOnlyAsItMayBe) {
       EXPECT_EQ(ownerOf(path), row.owner) << row.name;
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(kFolder), {}), 4) << "no stray file";
+  }
+}
+
+TEST_F(System, ARandomTextHasEveryCharacterThatItMay) {
+  for (const bool special : {false, true}) {
+    std::string want;
+    for (char c = '!'; c <= '~'; ++c)
+      if (special ? c != '/' && c != '\\' : isalnum(c)) want += c;
+    const OwnedText random(getRandString(5000, special));
+    std::string found(random.get());
+    EXPECT_EQ(found.size(), 5000U);
+    std::ranges::sort(found);
+    found.erase(std::ranges::unique(found).begin(), found.end());
+    EXPECT_EQ(found, want);
   }
 }
 
