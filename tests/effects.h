@@ -23,12 +23,6 @@ class Effects {
     for (const auto& [ip, then] : entriesOf(host_list))
       effects += "  admit " + ip + (users.contains(ip) ? " " + users.at(ip) : "") +
                  (then == std::to_string(static_cast<int>(when)) ? "\n" : " at " + then + "\n");
-    Table gone = std::exchange(processes_, entriesOf(process_ips));
-    for (const auto& [pid, text] : processes_) {
-      const auto before = gone.extract(pid);
-      if (!before || before.mapped() != text) effects += "  process " + pid + " " + text + "\n";
-    }
-    for (const auto& entry : gone) effects += "  forget " + entry.first + "\n";
     for (const auto& [path, content] : recordsWritten()) {
       const std::string old = std::exchange(files_[path], content);
       if (content == old) continue;
@@ -41,5 +35,5 @@ class Effects {
   }
 
  private:
-  Table processes_, files_;
+  Table files_;
 };

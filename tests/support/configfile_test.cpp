@@ -68,7 +68,18 @@ TEST(ConfigFile, EveryTypeIsReleasedWhenReplacedDeletedEmptiedOrCopied) {
         table.deleteParam("y", nullptr);
         EXPECT_TRUE(table.changed);
         table.empty();
+        EXPECT_EQ(table.getNameAt(0), nullptr);
+        EXPECT_EQ(table.get_type_at(0), ConfigFile::kText);
       }
+}
+
+TEST(ConfigFile, GatheredEntriesStandInOrderOnceTheyAreAskedFor) {
+  ConfigFile table(nullptr, nullptr, 2);
+  table.gather(true);
+  for (const char* name : {"b", "a"}) table.setParam(name, name, true, ConfigFile::kText, false);
+  EXPECT_STREQ(table.getValueAt(0), "a");
+  EXPECT_EQ(table.getNameAt(-1), nullptr);
+  EXPECT_EQ(table.getValueAt(-1), nullptr);
 }
 
 TEST(ConfigFile, ACopyTakesSomeSettingsAndLeavesOthers) {

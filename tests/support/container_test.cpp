@@ -73,6 +73,10 @@ TEST(Container, EveryKindComparesWithEveryKind) {
   EXPECT_EQ(kinds[10]->comp(nullptr, json().get(), true), 1) << "another JSON text";
   EXPECT_EQ(kinds[0]->comp(nullptr, nullptr, true), 1);
   EXPECT_EQ(kinds[0]->comp(nullptr, kinds[1].get(), false), 0) << "without regard to case";
+  void* addresses[] = {nullptr, &kinds[0], &kinds[1]};
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j)
+      EXPECT_EQ(Container::comp_void(addresses[i], addresses[j]), i < j ? -1 : i > j);
 }
 
 TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {

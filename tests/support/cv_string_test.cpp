@@ -100,6 +100,7 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
   EXPECT_EQ(string.capacity, 32U);
   string.set("%032d", 1);
   EXPECT_EQ(string.capacity, 66U);
+  EXPECT_EQ(String(1, string.buffer).capacity, 33U);
   String copy(&string, 1), taken(&string, 0), formatted("%d%%", 5), adopted(0, newString("x"));
   EXPECT_EQ(copy.cmp(taken, true), 0);
   EXPECT_EQ(copy.capacity, 66U);
@@ -110,6 +111,7 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
   EXPECT_EQ(copy.length, 32U);
   string.set("%s", "again");
   EXPECT_STREQ(string(), "again");
+  EXPECT_EQ(string.capacity, 32U);
   adopted.set_raw(formatted, 1);
   EXPECT_EQ(adopted.capacity, 6U) << "two characters do not fit into two";
   EXPECT_STREQ(adopted(), "5%");

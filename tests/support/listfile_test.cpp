@@ -82,10 +82,13 @@ TEST(ListFile, AnUnsortedListKeepsWhatItIsGivenAndItsCopyTheOrder) {
   EXPECT_EQ(list.getIndex("1", false), -1);
   EXPECT_EQ(list.getIndex(nullptr, false), -1);
   list.permission = 0640;
+  list.group = newString("mail");
   const ListFile copy(nullptr, &list);
   EXPECT_EQ(contents(copy), contents(list));
   EXPECT_EQ(copy.settings, 0x11);
   EXPECT_EQ(copy.get_permission(), 0640);
+  EXPECT_STREQ(copy.get_user(), "nobody");
+  EXPECT_STREQ(copy.get_group(), "mail");
   EXPECT_STREQ(copy.get_filename(), "file");
 }
 

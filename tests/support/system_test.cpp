@@ -136,7 +136,8 @@ TEST_F(System, NamesStandForIdsAndIdentities) {
   EXPECT_EQ(isOwner(nullptr, file, 7, 8), 1);
   EXPECT_EQ(isOwner(nullptr, file, 7, 9), 0);
   EXPECT_EQ(isOwner(nullptr, file, 6, -1U), 0);
-  EXPECT_EQ(isOwner(nullptr, "", 7, 8), 0);
+  for (const char* path : {"", "/run/absent"}) EXPECT_EQ(isOwner(nullptr, path, 7, 8), 0) << path;
+  EXPECT_EQ(isOwner(nullptr, file, -1U, -1U), 0) << "nothing is asked for";
   EXPECT_EQ(setOwner(nullptr, file, "root", "mail", 1, false, "nosuch", nullptr), 0);
   EXPECT_EQ(setOwner(nullptr, file, "nosuch", "mail", 1, false, nullptr, "mail"), 1);
   EXPECT_EQ(ownerOf(kFile), "9999:8") << "unknown names are applied as 9999";
