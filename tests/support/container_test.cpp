@@ -9,6 +9,7 @@
 
 #include "support/configfile.h"
 #include "support/listfile.h"
+#include "support/text_helpers.h"
 
 namespace {
 
@@ -77,6 +78,15 @@ TEST(Container, EveryKindComparesWithEveryKind) {
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j)
       EXPECT_EQ(Container::comp_void(addresses[i], addresses[j]), i < j ? -1 : i > j);
+}
+
+TEST(Container, EveryTypeHasItsName) {
+  std::string names;
+  for (int type = -1; type < 10; ++type)
+    names += std::string(printable(Container::get_type_str(type))) + ", ";
+  EXPECT_EQ(names,
+            "(null), (null), String, ConfigFile, Integer, Long Long, ListFile, JSON, Double, "
+            "Container, (null), ");
 }
 
 TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {

@@ -53,8 +53,7 @@ TEST(LoggingTest, ErrorsGoToTheirFileOrStandardOutput) {
   EXPECT_EQ(contentOf("/run/error"), kStart + "all\n" + kStart + "100%\n");
   delString(log.error_log_path);
   log.error_log_path = newString("/run/absent/log");
-  EXPECT_EQ(
-      printedBy(log, 10, [](Logging& to) { to.errorLog_debug(10, "lost"); }),
-      kPid + "Error opening /run/absent/log: No such file or directory\n" + kStart + "lost\n" +
-          kPid + "lost\n");
+  EXPECT_EQ(printedBy(log, 10, [](Logging& to) { to.errorLog_debug(10, "lost"); }),
+            kPid + "Error opening /run/absent/log: No such file or directory\n" + kStart +
+                "lost\n" + kPid + "lost\n");
 }
