@@ -142,15 +142,15 @@ TEST_F(System, NamesStandForIdsAndIdentities) {
   EXPECT_EQ(setOwner(nullptr, file, "nosuch", "mail", 1, false, nullptr, "mail"), 1);
   EXPECT_EQ(ownerOf(kFile), "9999:8") << "unknown names are applied as 9999";
   EXPECT_EQ(setOwner(nullptr, file, "nosuch", 1, false), 0);
-  EXPECT_EQ(setOwner(nullptr, file, "games", 1, false), 1);
-  EXPECT_EQ(ownerOf(kFile), "5:60");
+  EXPECT_EQ(setOwner(nullptr, file, "sync", 1, false), 1);
+  EXPECT_EQ(ownerOf(kFile), "4:65534") << "of the user's primary group";
   for (const char* name : {"", "nosuch", static_cast<const char*>(nullptr)}) {
     EXPECT_EQ(getUID(name), 9999) << printable(name);
     EXPECT_EQ(getGID(name, 0), 9999) << printable(name);
   }
-  EXPECT_EQ(setUserPriv(nullptr, "games", 0), 1);
-  EXPECT_EQ(geteuid(), 5U);
-  EXPECT_EQ(getegid(), 60U);
+  EXPECT_EQ(setUserPriv(nullptr, "sync", 0), 1);
+  EXPECT_EQ(geteuid(), 4U);
+  EXPECT_EQ(getegid(), 65534U);
   testing::internal::CaptureStdout();
   EXPECT_EQ(setUserPriv(nullptr, "nosuch", 1), 0);
   EXPECT_EQ(geteuid(), 0U) << "an unknown user is root";
