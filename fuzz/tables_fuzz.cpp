@@ -16,34 +16,6 @@ const char* chars(const Text& text) {
   return text ? text->c_str() : nullptr;
 }
 
-// The steps count: where equal elements end, and so what a search finds, depends on them.
-template <typename Element, typename Order>
-void quickSort(std::vector<Element>& all, long lo, long hi, const Order& order) {
-  if (lo >= hi) return;
-  const auto at = [&all](long i) -> Element& { return all[static_cast<size_t>(i)]; };
-  const Element pivot = at((lo + hi) / 2);
-  long i = lo, j = hi;
-  while (i <= j) {
-    while (i < hi && order(at(i), pivot) < 0) ++i;
-    while (j > lo && order(at(j), pivot) > 0) --j;
-    if (i <= j) std::swap(at(i++), at(j--));
-  }
-  quickSort(all, lo, j, order);
-  quickSort(all, i, hi, order);
-}
-
-// The slot at which compare(slot) is 0, by bisection of the slots below count; -1 if there is none.
-template <typename Compare>
-long bisect(long count, const Compare& compare) {
-  for (long lo = 0, hi = count - 1; lo <= hi;) {
-    const long mid = (lo + hi) / 2;
-    const int c = compare(mid);
-    if (c == 0) return mid;
-    (c < 0 ? lo : hi) = c < 0 ? mid + 1 : mid - 1;
-  }
-  return -1;
-}
-
 struct Entry {
   Text name, value;
   int type = 1;  // beyond 6: no text, and so without a value
@@ -73,9 +45,19 @@ struct PlainTable {
                                    : compareNames(x, y);
     return c == 0 && duplicate ? compareValues(a, chars(b.value)) : c;
   }
-  void sort() {
-    const auto order = [this](const Entry& a, const Entry& b) { return compare(a, b); };
-    quickSort(slots, 0, param - 1, order);
+
+  // The steps count: where equal entries end, and so what a search finds, depends on them.
+  void sort(long lo, long hi) {
+    if (lo >= hi) return;
+    const Entry pivot = at((lo + hi) / 2);
+    long i = lo, j = hi;
+    while (i <= j) {
+      while (i < hi && compare(at(i), pivot) < 0) ++i;
+      while (j > lo && compare(at(j), pivot) > 0) --j;
+      if (i <= j) std::swap(at(i++), at(j--));
+    }
+    sort(lo, j);
+    sort(i, hi);
   }
 
   long index(const char* name, const char* value) {
@@ -83,9 +65,14 @@ struct PlainTable {
       const int c = compareNames(chars(at(i).name), name);
       return c == 0 && value ? compareValues(at(i), value) : c;
     };
-    if (!wait_to_sort) return bisect(param, compareAt);
-    for (long i = 0; i < param; ++i)
+    for (long i = 0; wait_to_sort && i < param; ++i)
       if (compareAt(i) == 0 && (!value || isText(at(i)))) return i;
+    for (long lo = 0, hi = param - 1; !wait_to_sort && lo <= hi;) {
+      const long mid = (lo + hi) / 2;
+      const int c = compareAt(mid);
+      if (c == 0) return mid;
+      (c < 0 ? lo : hi) = c < 0 ? mid + 1 : mid - 1;
+    }
     return -1;
   }
 
@@ -99,14 +86,14 @@ struct PlainTable {
     if (found == -1) entry.name = name;
     entry.value = type > 6 ? Text() : Text(value ? value : "");
     entry.type = multi_type ? type : 1;
-    if (found == -1 && !wait_to_sort) sort();
+    if (found == -1 && !wait_to_sort) sort(0, param - 1);
   }
 
   void remove(const char* name, const char* value) {
     const long i = *name ? index(name, value) : -1;
     if (i == -1) return;
     at(i) = Entry();
-    wait_to_sort ? closeGap(i) : sort();
+    wait_to_sort ? closeGap(i) : sort(0, param - 1);
     --param;
   }
 
@@ -156,7 +143,10 @@ void writeFields(Input& input, ConfigFile& table, PlainTable& plain) {
   table.params[i]->name = newString(chars(plain.at(i).name));
 }
 
-void driveTable(Input& input) {
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Input input(data, size);
   ConfigFile table(nullptr, nullptr, 3);
   PlainTable plain;
   while (!input.rest.empty()) {
@@ -180,12 +170,5 @@ void driveTable(Input& input) {
     CHECK(strcomp(table.getValue(asked.c_str()), found) == 0, asked);
   }
   check(table, plain);
-}
-
-}  // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  Input input(data, size);
-  driveTable(input);
   return 0;
 }
