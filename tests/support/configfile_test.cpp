@@ -84,7 +84,7 @@ TEST(ConfigFile, GatheredEntriesStandInOrderOnceTheyAreAskedFor) {
 
 TEST(ConfigFile, ACopyTakesSomeSettingsAndLeavesOthers) {
   ConfigFile table(nullptr, nullptr, 2);
-  table.duplicate = table.no_overwrite = true;
+  table.duplicate = table.no_overwrite = table.multi_type = true;
   table.char_case = table.lockit = false;
   table.sort_type = 2;
   table.separator = ':';
@@ -94,6 +94,7 @@ TEST(ConfigFile, ACopyTakesSomeSettingsAndLeavesOthers) {
   table.setParam("a", 1);
   const ConfigFile copy(nullptr, &table);
   EXPECT_TRUE(copy.duplicate);
+  EXPECT_TRUE(copy.multi_type);
   EXPECT_FALSE(copy.lockit);
   EXPECT_TRUE(copy.char_case);
   EXPECT_FALSE(copy.no_overwrite);

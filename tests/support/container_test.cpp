@@ -29,7 +29,7 @@ Owned table(int entries) {
   ConfigFile source(nullptr, nullptr, 4);
   for (int i = 0; i < entries; ++i) source.setParam(std::to_string(i).c_str(), i);
   Owned made = text("");
-  made->set_cf(nullptr, &source, true);
+  EXPECT_TRUE(made->set_cf(nullptr, &source, true));
   return made;
 }
 
@@ -37,13 +37,13 @@ Owned list(int elements) {
   ListFile source(nullptr, "file");
   for (int i = 0; i < elements; ++i) source.addElement(std::to_string(i).c_str(), true, false);
   Owned made = text("");
-  made->set_lf(nullptr, &source, true);
+  EXPECT_TRUE(made->set_lf(nullptr, &source, true));
   return made;
 }
 
 Owned number(int type, double value) {
   Owned made = text("");
-  made->set_ll(new long long(static_cast<long long>(value)), false);
+  EXPECT_TRUE(made->set_ll(new long long(static_cast<long long>(value)), false));
   if (type == Container::kLongLong) return made;
   made->delete_data();
   made->type = type;

@@ -30,7 +30,6 @@ TEST(ListFile, ANewListHasTheseFields) {
   EXPECT_EQ(list.listType, 0);
   EXPECT_EQ(list.capacity, 64);
   EXPECT_EQ(list.count, 0);
-  EXPECT_EQ(list.elements[63], nullptr);
   EXPECT_EQ(list.settings, 0x11);
   EXPECT_STREQ(list.get_user(), "nobody");
   EXPECT_EQ(list.get_group(), nullptr);
