@@ -95,8 +95,12 @@ class Machine:
         self.touch(name)
 
     def activity(self):
-        """The messages in the activity log, without their stamps."""
-        return [line[21:] for line in (self.read(ACTIVITY) or "").splitlines()]
+        """The messages in the activity log, without their stamps, which are of these minutes."""
+        lines = (self.read(ACTIVITY) or "").splitlines()
+        for line in lines:
+            when = time.mktime(time.strptime(line[:21], "%Y:%m:%d-%H:%M:%S: "))
+            assert time.time() - 180 < when <= time.time()
+        return [line[21:] for line in lines]
 
     def hosts(self):
         return (self.read(HOSTS) or "").split()
