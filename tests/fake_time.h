@@ -29,13 +29,10 @@ __attribute__((used)) inline time_t __wrap___time64(time_t* out) {
 }
 }
 
-// Midday of a date, in the zone of the run.
-inline time_t midday(int year, int month, int day) {
+// A time in the zone of the run, given as "2026-11-21 12:00:00".
+inline time_t localTime(const char* text) {
   tm date = {};
-  date.tm_year = year - 1900;
-  date.tm_mon = month - 1;
-  date.tm_mday = day;
-  date.tm_hour = 12;
+  strptime(text, "%Y-%m-%d %H:%M:%S", &date);
   date.tm_isdst = -1;
   return mktime(&date);
 }

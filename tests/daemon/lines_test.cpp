@@ -37,12 +37,10 @@ class Block {
   }
 
   void set(const std::string& setting) {
-    int year, month, day;
     if (setting == " standalone") is_daemon = 0;
     if (setting == " last-logins") records_ = true;
     sscanf(setting.c_str(), " minutes %d", &minutes);
-    if (sscanf(setting.c_str(), " date %d %d %d", &year, &month, &day) == 3)
-      clock_.set(midday(year, month, day));
+    if (setting.starts_with(" time ")) clock_.set(localTime(setting.c_str() + strlen(" time ")));
   }
 
   // Handles the line as a scan of it alone would, and returns what that does, an effect a line.
@@ -67,7 +65,7 @@ class Block {
   }
 
  private:
-  FakeTime clock_{midday(2026, 11, 21)};
+  FakeTime clock_{localTime("2026-11-21 12:00:00")};
   bool records_ = false;
   Effects effects_;
 };
@@ -116,7 +114,7 @@ TEST(Lines, DoWhatIsWrittenUnderThem) {
 
 // A crash or a half-written line may end a line anywhere.
 TEST(Lines, CutAnywhereAdmitNobodyElse) {
-  const FakeTime clock(midday(2026, 11, 21));
+  const FakeTime clock(localTime("2026-11-21 12:00:00"));
   const auto hosts_of = [](const std::string& line) {
     for (ConfigFile* table : {&host_list, &process_ips}) table->empty();
     parseLine(line.c_str());

@@ -53,11 +53,10 @@ class Machine:
         subprocess.run(self.command("sh", "-c", script, "sh", *arguments), check=True,
                        stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
-    def run(self, *arguments, environment=()):
+    def run(self, *arguments):
         """Runs the daemon until its first process ends: status, and what it printed."""
-        command = self.command("env", *environment, os.environ["DAEMON"], *arguments)
-        result = subprocess.run(command, text=True, stdin=subprocess.DEVNULL, capture_output=True,
-                                timeout=20)
+        result = subprocess.run(self.command(os.environ["DAEMON"], *arguments), text=True, timeout=20,
+                                stdin=subprocess.DEVNULL, capture_output=True)
         return result.returncode, result.stdout + result.stderr
 
     def start(self, *arguments):

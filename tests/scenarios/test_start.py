@@ -81,8 +81,8 @@ def test_what_is_printed_in_the_background_reaches_no_file(machine):
     """A library that prints while descriptor 1 is a host file, the activity log or a record."""
     machine.path(PID_FILE).symlink_to("/run/absent/pid")  # cannot be written: the daemon runs on
     machine.write(LOG, login("192.0.2.7"))
-    assert machine.run(environment=["LD_PRELOAD=" + os.environ["STRAY_PRINT"],
-                                    "ASAN_OPTIONS=verify_asan_link_order=0"])[0] == 0
+    machine.inside("LD_PRELOAD=$1 ASAN_OPTIONS=verify_asan_link_order=0 $2",
+                   os.environ["STRAY_PRINT"], os.environ["DAEMON"])
     machine.wait_for(lambda: machine.read(USERS) == "192.0.2.7: bob\n")
     assert machine.read(HOSTS) == "192.0.2.7\n"
     assert machine.activity() == ["Error creating pid file"]

@@ -19,12 +19,6 @@ Owned text(const char* s) {
   return std::make_unique<Container>(s, 1);
 }
 
-Owned json() {
-  Owned made = text("{}");
-  made->type = Container::kJson;
-  return made;
-}
-
 Owned table(int entries) {
   ConfigFile source(nullptr, nullptr, 4);
   for (int i = 0; i < entries; ++i) source.setParam(std::to_string(i).c_str(), i);
@@ -41,17 +35,16 @@ Owned list(int elements) {
   return made;
 }
 
-Owned number(int type, double value) {
+Owned value(int type, Container::Data data) {
   Owned made = text("");
-  EXPECT_TRUE(made->set_ll(new long long(static_cast<long long>(value)), false));
-  if (type == Container::kLongLong) return made;
   made->delete_data();
   made->type = type;
-  if (type == Container::kInteger)
-    made->data.i = static_cast<int>(value);
-  else
-    made->data.d = value;
+  made->data = data;
   return made;
+}
+
+Owned json() {
+  return value(Container::kJson, {.s = new String(1, nullptr)});
 }
 
 // The row against the column. Kinds order by their codes, and numbers by value; a JSON text on the
@@ -59,9 +52,18 @@ Owned number(int type, double value) {
 TEST(Container, EveryKindComparesWithEveryKind) {
   const char* const names[] = {"text A", "text a",    "table 1", "table 2", "int -1", "int 2",
                                "long 2", "long 2^32", "list 1",  "list 2",  "JSON",   "2.5"};
-  Owned kinds[] = {text("A"),     text("a"),    table(1),     table(2),
-                   number(3, -1), number(3, 2), number(4, 2), number(4, 1LL << 32),
-                   list(1),       list(2),      json(),       number(7, 2.5)};
+  Owned kinds[] = {text("A"),
+                   text("a"),
+                   table(1),
+                   table(2),
+                   value(3, {.i = -1}),
+                   value(3, {.i = 2}),
+                   value(4, {.ll = new long long(2)}),
+                   value(4, {.ll = new long long(1LL << 32)}),
+                   list(1),
+                   list(2),
+                   json(),
+                   value(7, {.d = 2.5})};
   const char* const want[] = {
       "=<<<<<<<<<<<", ">=<<<<<<<<<<", ">>=<<<<<<<><", ">>>=<<<<<<><",
       ">>>>=<<<<<><", ">>>>>==<<<><", ">>>>>==<<<><", ">>>>>>>=<<>>",
@@ -90,8 +92,9 @@ TEST(Container, EveryTypeHasItsName) {
 }
 
 TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {
-  const Owned originals[] = {text("a"), table(2), number(3, 7),  number(4, -5),
-                             list(2),   json(),   number(7, 2.5)};
+  const Owned originals[] = {
+      text("a"), table(2), value(3, {.i = 7}),  value(4, {.ll = new long long(-5)}),
+      list(2),   json(),   value(7, {.d = 2.5})};
   for (const Owned& original : originals) {
     Container copy(nullptr, original.get());
     EXPECT_FALSE(copy.set_s(nullptr, true));
@@ -103,6 +106,8 @@ TEST(Container, ACopyIsDeepAndSettingNullChangesNothing) {
     EXPECT_EQ(same_word, Container::local_data(copy.type)) << copy.type;
     if (copy.type == Container::kJson) copy.type = original->type = Container::kString;
     EXPECT_EQ(copy.comp(nullptr, original.get(), true), 0) << copy.type;
+    EXPECT_TRUE(copy.set_ll(new long long(1), false));
+    EXPECT_EQ(*copy.data.ll, 1);
     copy.delete_data();
     EXPECT_EQ(copy.data.pointer, nullptr);
   }

@@ -17,7 +17,7 @@ const std::string kStart = "2024:03:07-09:05:01:[" + std::to_string(getpid()) + 
 const std::string kPid = kStart.substr(20, kStart.size() - 21);
 
 std::string printedBy(Logging& log, int level, const std::function<void(Logging&)>& call) {
-  const FakeTime clock(midday(2024, 3, 7) - 10499);
+  const FakeTime clock(localTime("2024-03-07 09:05:01"));
   log.debug_level = level;
   testing::internal::CaptureStdout();
   errno = EXDEV;
