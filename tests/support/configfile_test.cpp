@@ -35,6 +35,11 @@ TEST(ConfigFile, ANewTableHasTheseFields) {
   EXPECT_EQ(table.file_info->file_separator, '=');
   EXPECT_EQ(table.params[15]->type, ConfigFile::kText);
   EXPECT_THROW(ConfigFile(nullptr, nullptr, -1), std::bad_array_new_length);
+  ConfigFile of_none(nullptr, static_cast<ConfigFile*>(nullptr)), of_no_slots(nullptr, "file", 0);
+  EXPECT_EQ(of_none.size, 16);
+  EXPECT_STREQ(of_none.get_user(), "nobody");
+  of_no_slots.setParam("a", 1);
+  EXPECT_EQ(of_no_slots.size, 64);
 }
 
 // A value of the type, for the table to adopt.
