@@ -72,6 +72,9 @@ TEST(ConfigFile, EveryTypeIsReleasedWhenReplacedDeletedEmptiedOrCopied) {
         table.changed = false;
         table.deleteParam("y", nullptr);
         EXPECT_TRUE(table.changed);
+        table.wait_to_sort = true;
+        table.setParam("z", valueOf(after), false, after, false);
+        table.deleteParam("x", nullptr);  // moves the other up
         table.empty();
         EXPECT_EQ(table.getNameAt(0), nullptr);
         EXPECT_EQ(table.get_type_at(0), ConfigFile::kText);
