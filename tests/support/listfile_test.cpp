@@ -67,6 +67,9 @@ TEST(ListFile, EveryKindStandsInItsOrderHoweverItIsFilled) {
         for (int i = 0; i < list.count; ++i)
           EXPECT_EQ(list.getIndex(row.order[static_cast<size_t>(i)].c_str(), false), i) << row.kind;
         EXPECT_EQ(list.getIndex("0.0.0.1", false), -1) << row.kind;
+        if (!row.by_case) {
+          EXPECT_EQ(list.getIndex("b", false), 3);
+        }
       } while (std::ranges::next_permutation(given).found);
     }
 }

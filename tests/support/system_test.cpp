@@ -59,6 +59,10 @@ TEST_F(System, APathThatDoesNotExistIsExplainedAndRemembered) {
   EXPECT_EQ(pathExists(kFile.c_str(), 1, true, false), 1);
   fs::remove(kFile);
   EXPECT_EQ(pathExists(kFile.c_str(), 1, true, false), 1) << "still there";
+  const std::string later = kFolder + "/later";
+  EXPECT_EQ(pathExists(later.c_str(), 1, true, false), 0);
+  write(later, "");
+  EXPECT_EQ(pathExists(later.c_str(), 1, true, false), 0) << "still missing";
 }
 
 TEST_F(System, FilesAreReadWholeWithinLimitsAndCachedByMode) {
@@ -142,6 +146,8 @@ TEST_F(System, NamesStandForIdsAndIdentities) {
   EXPECT_EQ(setOwner(nullptr, file, "nosuch", 1, false), 0);
   EXPECT_EQ(setOwner(nullptr, file, "sync", 1, false), 1);
   EXPECT_EQ(ownerOf(kFile), "4:65534") << "of the user's primary group";
+  EXPECT_EQ(getUID("root"), 0);
+  EXPECT_EQ(getGID("root", 1), 0);
   for (const char* name : {"", "nosuch", static_cast<const char*>(nullptr)}) {
     EXPECT_EQ(getUID(name), 9999) << printable(name);
     EXPECT_EQ(getGID(name, 0), 9999) << printable(name);
