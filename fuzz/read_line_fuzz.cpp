@@ -1,6 +1,9 @@
 // readLine() and LineReader against taking the same bytes one by one. An input is the size of the
 // buffer, the limit of a line, and what is read.
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -56,6 +59,20 @@ void check(std::string_view bytes, int size, int limit, bool with_reader) {
   delString(buffer);
 }
 
+// Where reading fails behind the bytes: whole lines are handed over, the rest is kept for later.
+void checkFailing(std::string_view bytes, int size) {
+  int ends[2];
+  CHECK(pipe2(ends, O_NONBLOCK) == 0, "no pipe");  // empty but still open, it fails to be read
+  CHECK(write(ends[1], bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "full");
+  const OwnedFile in(fdopen(ends[0], "r"));
+  char* buffer = newString(nullptr, size);
+  LineReader reader(nullptr, in.get(), buffer, size);
+  while (reader.next()) continue;
+  CHECK(reader.handedOver() == static_cast<long long>(bytes.rfind('\n') + 1), "not whole lines");
+  close(ends[1]);
+  delString(buffer);
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -67,6 +84,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // The reader in its first block, and where a block ends within a line.
   const int roomy = std::max(buffer_size, 2);
   check(input.rest, roomy, 0, true);
+  checkFailing(input.rest.substr(0, 4096), roomy);  // as much as a pipe holds
   const std::string before(64 * 1024 - static_cast<size_t>(limit), '.');
   check(before + std::string(input.rest), roomy, 0, true);
   return 0;

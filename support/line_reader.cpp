@@ -138,6 +138,7 @@ const char* LineReader::inPlace(char* newline) {
 const char* LineReader::inBuffer() {
   const long long before = handedOver();
   LineInBuffer line(log_, buffer_, size_, 0);
+  bool is_whole = false;
   do {
     const auto left = static_cast<size_t>(end_ - start_);
     const auto* newline = static_cast<char*>(memchr(start_, '\n', left));
@@ -145,10 +146,10 @@ const char* LineReader::inBuffer() {
     if (newline == start_) {
       line.endLine();
       ++start_;
-      break;
+      is_whole = true;
     }
-  } while (!line.full() && (start_ < end_ || readBlock()));
-  if (ferror(in_)) {  // the block no longer has the start of the line
+  } while (!is_whole && !line.full() && (start_ < end_ || readBlock()));
+  if (!is_whole && !line.full() && ferror(in_)) {  // the block no longer has the line's start
     start_ = end_;
     end_offset_ = before;
     return nullptr;
