@@ -2,8 +2,6 @@
 // them what it must not do. The fuzzer looks for such bytes; replay_main.cpp repeats stored ones.
 #pragma once
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -12,16 +10,7 @@
 #include <string_view>
 
 #include "fake_time.h"
-
-// Called by the fuzzer, or by replay_main.cpp, before the first input.
-extern "C" inline __attribute__((used)) int LLVMFuzzerInitialize(int*, char***) {
-  if (access("/run/private/etc", F_OK) != 0) {
-    fprintf(stderr, "Not in a private namespace, see scripts/in-private-namespace\n");
-    exit(2);
-  }
-  setenv("TZ", "UTC", 1);
-  return freopen("/dev/null", "w", stdout) ? 0 : -1;  // traces and messages of the library
-}
+#include "test_files.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 

@@ -3,7 +3,7 @@
 //   TARGET_replay CORPUS_FOLDER RUNS
 //
 // each file of the folder, and then RUNS inputs made of these by a fixed sequence of random
-// changes. An input that fails is printed for a shell.
+// changes. An input that fails stands at the end of what it prints.
 
 #include <csignal>
 #include <cstdio>
@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "fuzz.h"
-#include "test_files.h"
 
 extern "C" const char* __asan_default_options() {
   return "abort_on_error=1";
@@ -23,12 +22,6 @@ extern "C" const char* __asan_default_options() {
 namespace {
 
 std::string current;
-
-void printCurrent(int) {
-  fputs("The input: printf '", stderr);
-  for (const char c : current) fprintf(stderr, "\\x%02x", static_cast<unsigned char>(c));
-  fputs("'\n", stderr);
-}
 
 void run(const std::string& input) {
   current = input;
@@ -51,8 +44,10 @@ std::string changed(std::string input, const std::string& other, std::mt19937& r
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
-  LLVMFuzzerInitialize(&argc, &argv);
-  std::signal(SIGABRT, printCurrent);
+  std::signal(SIGABRT, [](int) {
+    fputs("The input:\n", stderr);
+    fwrite(current.data(), 1, current.size(), stderr);
+  });
 
   std::set<std::filesystem::path> files;  // the random sequence depends on their order
   for (const auto& entry : std::filesystem::directory_iterator(argv[1])) files.insert(entry);

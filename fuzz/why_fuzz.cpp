@@ -11,6 +11,7 @@
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   std::string log(reinterpret_cast<const char*>(data), size);
+  setenv("TZ", "UTC", 1);
   const FakeTime clock(1795236060);  // 2026-11-21 04:41:00 UTC
   process_ips.empty();
   const OwnedFile in(fmemopen(log.data(), size, "r"));

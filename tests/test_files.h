@@ -1,6 +1,10 @@
 // Reading what the code under test has left behind.
 #pragma once
 
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,6 +15,13 @@
 
 #include "daemon/paths.h"
 #include "support/configfile.h"
+
+// Tests write the daemon's real paths: no program of theirs runs on those of the machine.
+inline const bool is_private = [] {
+  if (access("/run/private/etc", F_OK) == 0) return true;
+  fputs("Not in a private namespace, see scripts/in-private-namespace\n", stderr);
+  exit(2);
+}();
 
 using Table = std::map<std::string, std::string>;
 

@@ -127,7 +127,6 @@ class Machine:
         self.wait_for(lambda: sleeps() > before + cycles)
 
 
-
 def stamp(when):
     return time.strftime("%b %e %H:%M:%S", time.localtime(when))
 

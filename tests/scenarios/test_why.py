@@ -3,14 +3,11 @@
 import os
 import re
 import subprocess
-import sys
 import time
 from pathlib import Path
 
 import pytest
-
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "scenarios"))
-from conftest import HOSTS, PROJECT, login, machine  # of the scenarios
+from conftest import HOSTS, PROJECT, login
 
 LOG = "/var/log/mail-logins.log"
 AT = r"(\d{4}-\d\d-\d\d )?\d\d:\d\d"
@@ -34,7 +31,7 @@ def why(machine, *arguments, account=()):
     listing = ["find", *map(str, map(machine.path, ("/etc/default", "/etc/virtual", "/var/log", "/run"))),
                "-printf", r"%p %m %s %T@ %C@\n"]
     before = subprocess.check_output(listing)
-    result = subprocess.run(machine.command(*account, os.environ["WHY"], *arguments), text=True,
+    result = subprocess.run(machine.command(*account, os.environ["DAEMON"] + "-why", *arguments), text=True,
                             stdin=subprocess.DEVNULL, capture_output=True, timeout=60)
     assert subprocess.check_output(listing) == before
     assert result.stderr == "" and "\033" not in result.stdout
