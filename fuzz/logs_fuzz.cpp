@@ -5,7 +5,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <set>
 
 #include "daemon/host_files.h"
@@ -19,19 +18,15 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
 // What a scan of the log does, or its lines one by one, where nothing was before.
 std::string effectsOf(const std::string& log, bool by_scan) {
-  for (const char* folder : {kDomains, kPanelUsers}) fs::remove_all(folder);
-  for (const char* folder : {"/etc/virtual/dom1.example", "/usr/local/corvane/data/users/alice"})
-    fs::create_directories(folder);
   Effects effects;
-  effects.begin();
   if (by_scan) {
     write(log_file, log);
     last_pos = 0;
+    last_login.setParam("bob", "a record of the scan before", true, 1, false);
     updateHosts();
+    parseLogFrom(0);  // the log is closed: nothing
     return effects.take(0);
   }
   for (std::string line : linesOf(log)) {
@@ -79,14 +74,20 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   tzset();
   const FakeTime clock(1 + input.word() / 2);
   const std::string log(input.rest);
+  std::string ended = log + "\n";  // where lines may end, however they do
+  for (const char end : {'\r', '\0'}) std::ranges::replace(ended, end, '\n');
   const std::string scan = effectsOf(log, true), each = effectsOf(log, false);
   CHECK(scan == each, "by the scan:\n" + scan + "line by line:\n" + each);
   for (const std::string& effect : linesOf(scan)) {
     const bool plain = std::ranges::all_of(effect, [](char c) { return c >= ' ' && c < 0x7f; });
-    if (effect.find(": refused '") != effect.npos) CHECK(plain, effect);
+    for (const char* who : {"  says write_last_logins", "  says log_dovecot_bandwidth"})
+      if (effect.starts_with(who + std::string(": refused '"))) CHECK(plain, effect);
     if (!effect.starts_with("  admit ")) continue;
     const std::string address = effect.substr(8, effect.find(' ', 8) - 8);
-    CHECK(log.find(address) != log.npos && address != "127.0.0.1", effect);
+    CHECK(address != "127.0.0.1", effect);
+    const bool is_whole =
+        ended.find(address + ",") != ended.npos || ended.find(" " + address + "\n") != ended.npos;
+    CHECK(is_whole, effect);  // an address that is cut short is another one
   }
   return 0;
 }

@@ -167,6 +167,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string asked = nameFrom(input);
     const long slot = plain.index(asked.c_str(), nullptr);
     const char* found = slot == -1 ? nullptr : chars(plain.at(slot).value);
+    CHECK(strcomp(table.getValueAt(slot), found) == 0, asked);
     CHECK(strcomp(table.getValue(asked.c_str()), found) == 0, asked);
   }
   check(table, plain);

@@ -1,6 +1,7 @@
 // What lines of the mail log have done.
 #pragma once
 
+#include <filesystem>
 #include <utility>
 
 #include "daemon/state.h"
@@ -9,6 +10,15 @@
 // Compares tables, records and the activity log with what they were.
 class Effects {
  public:
+  // Only the domain dom1 and the user bob have folders then, which are empty.
+  Effects() {
+    namespace fs = std::filesystem;
+    for (const char* folder : {kDomains, kPanelUsers}) fs::remove_all(folder);
+    fs::create_directories("/etc/virtual/dom1");
+    fs::create_directories("/usr/local/corvane/data/users/bob");
+    begin();
+  }
+
   // Empties the tables and takes all that is there for known.
   void begin() {
     process_ips.empty();

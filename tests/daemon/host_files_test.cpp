@@ -1,7 +1,6 @@
 #include "daemon/host_files.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -32,18 +31,6 @@ class HostFiles : public testing::Test {
 };
 
 }  // namespace
-
-TEST_F(HostFiles, AreWrittenInOnePiece) {
-  for (int i = 0; i < 1000; ++i) admit("10.0.1." + std::to_string(i), "1", "long");
-  const auto writes = [] {
-    const std::string counts = contentOf("/proc/self/io");
-    return atoi(counts.c_str() + counts.find("syscw: ") + strlen("syscw: "));
-  };
-  const int before = writes();
-  writeHostFile();
-  writeUserFile();
-  EXPECT_EQ(writes() - before, 2) << "a part could end in the middle of an address";
-}
 
 TEST_F(HostFiles, AHostAgesOutASecondAfterItsLifetime) {
   admit("10.0.0.1", std::to_string(kNow - 1800), "stays");

@@ -20,12 +20,6 @@ namespace {
 // One block of a file: its settings, and what its lines have left behind so far.
 class Block {
  public:
-  Block() {
-    for (const char* folder : {kDomains, kPanelUsers}) fs::remove_all(folder);
-    fs::create_directories("/etc/virtual/dom1");
-    fs::create_directories("/usr/local/corvane/data/users/bob");
-    effects_.begin();
-  }
   ~Block() {
     is_daemon = 1;
     minutes = 30;
@@ -110,22 +104,4 @@ void checkFile(const std::string& path) {
 
 TEST(Lines, DoWhatIsWrittenUnderThem) {
   for (const auto& file : fs::directory_iterator(SAMPLE_LINES)) checkFile(file.path());
-}
-
-// A crash or a half-written line may end a line anywhere.
-TEST(Lines, CutAnywhereAdmitNobodyElse) {
-  const FakeTime clock(localTime("2026-11-21 12:00:00"));
-  const auto hosts_of = [](const std::string& line) {
-    for (ConfigFile* table : {&host_list, &process_ips}) table->empty();
-    parseLine(line.c_str());
-    return entriesOf(host_list);
-  };
-  for (const auto& file : fs::directory_iterator(SAMPLE_LINES))
-    for (const std::string& text : linesOf(contentOf(file.path()))) {
-      const std::string line = "Nov 21 12:00:00 mail " + expanded(text);
-      const Table whole = hosts_of(line);
-      for (size_t length = 0; length < line.size(); ++length)
-        for (const auto& host : hosts_of(line.substr(0, length)))
-          EXPECT_TRUE(whole.contains(host.first)) << host.first << ": " << line.substr(0, length);
-    }
 }

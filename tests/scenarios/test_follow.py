@@ -3,6 +3,7 @@
 import fcntl
 import os
 import signal
+import socket
 import time
 
 from conftest import HOSTS, LOG, USERS, login
@@ -58,30 +59,32 @@ def test_a_host_file_that_another_process_has_leased_is_waited_for(machine):
     machine.write(HOSTS, "")
     machine.write(LOG, login("192.0.2.1"))
     with open(machine.path(HOSTS)) as leased:
-        before = signal.signal(  # sent to who holds a lease when another wants the file
+        signal.signal(  # sent to who holds a lease when another wants the file
             signal.SIGIO, lambda *_: fcntl.fcntl(leased, fcntl.F_SETLEASE, fcntl.F_UNLCK))
-        try:
-            fcntl.fcntl(leased, fcntl.F_SETLEASE, fcntl.F_RDLCK)
-            machine.start()
-            machine.wait_for(machine.hosts)
-        finally:
-            signal.signal(signal.SIGIO, before)
+        fcntl.fcntl(leased, fcntl.F_SETLEASE, fcntl.F_RDLCK)
+        machine.start()
+        machine.wait_for(machine.hosts)
     assert machine.hosts() == ["192.0.2.1"]
     assert machine.activity() == []
 
 
 def test_what_is_no_file_is_waited_for_and_then_used(machine):
-    """A log that is a folder or a pipe, and a host file that is a folder, then a pipe."""
-    machine.path(LOG).mkdir()  # can be opened, and has no lines
+    """A log that is a socket, a folder or a pipe, and a host file that is a folder, then a pipe."""
     machine.path(HOSTS).mkdir()
+    socket.socket(socket.AF_UNIX).bind(str(machine.path(LOG)))
     machine.start()
-    machine.wait_for(lambda: machine.activity() == [f"Unable to open {HOSTS} for writing : Is a directory"])
+    machine.wait_for(lambda: machine.activity() == [
+        f"Unable to open {LOG} for reading\t: No such device or address"])
+    machine.path(LOG).unlink()
+    machine.path(LOG).mkdir()  # can be opened, and has no lines
+    machine.touch()
+    machine.wait_for(lambda: machine.activity()[1:] == [f"Unable to open {HOSTS} for writing : Is a directory"])
     machine.path(HOSTS).rmdir()
     os.mkfifo(machine.path(HOSTS))
     machine.path(LOG).rmdir()
     os.mkfifo(machine.path(LOG))  # without a writer, then with one that stays
     machine.touch()
-    machine.wait_for(lambda: machine.activity()[1:] == [
+    machine.wait_for(lambda: machine.activity()[2:] == [
         f"Unable to open {HOSTS} for writing : No such device or address"])
     machine.path(HOSTS).unlink()
     writer = os.open(machine.path(LOG), os.O_RDWR)
