@@ -34,6 +34,7 @@ TEST(ConfigFile, ANewTableHasTheseFields) {
   EXPECT_TRUE(table.file_info->use_defaults);
   EXPECT_EQ(table.file_info->file_separator, '=');
   EXPECT_EQ(table.params[15]->type, ConfigFile::kText);
+  EXPECT_EQ(table.getNameAt(-1), nullptr);
   EXPECT_THROW(ConfigFile(nullptr, nullptr, -1), std::bad_array_new_length);
   ConfigFile of_none(nullptr, static_cast<ConfigFile*>(nullptr)), of_no_slots(nullptr, "file", 0);
   EXPECT_EQ(of_none.size, 16);
@@ -79,15 +80,6 @@ TEST(ConfigFile, EveryTypeIsReleasedWhenReplacedDeletedEmptiedOrCopied) {
         EXPECT_EQ(table.getNameAt(0), nullptr);
         EXPECT_EQ(table.get_type_at(0), ConfigFile::kText);
       }
-}
-
-TEST(ConfigFile, GatheredEntriesStandInOrderOnceTheyAreAskedFor) {
-  ConfigFile table(nullptr, nullptr, 2);
-  table.gather(true);
-  for (const char* name : {"b", "a"}) table.setParam(name, name, true, ConfigFile::kText, false);
-  EXPECT_STREQ(table.getValueAt(0), "a");
-  EXPECT_EQ(table.getNameAt(-1), nullptr);
-  EXPECT_EQ(table.getValueAt(-1), nullptr);
 }
 
 TEST(ConfigFile, ACopyTakesSomeSettingsAndLeavesOthers) {

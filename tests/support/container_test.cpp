@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "support/configfile.h"
 #include "support/listfile.h"
@@ -50,20 +49,19 @@ Owned json() {
 // The row against the column. Kinds order by their codes, and numbers by value; a JSON text on the
 // right counts as a null text.
 TEST(Container, EveryKindComparesWithEveryKind) {
-  const char* const names[] = {"text A", "text a",    "table 1", "table 2", "int -1", "int 2",
-                               "long 2", "long 2^32", "list 1",  "list 2",  "JSON",   "2.5"};
-  Owned kinds[] = {text("A"),
-                   text("a"),
-                   table(1),
-                   table(2),
-                   value(3, {.i = -1}),
-                   value(3, {.i = 2}),
-                   value(4, {.ll = new long long(2)}),
-                   value(4, {.ll = new long long(1LL << 32)}),
-                   list(1),
-                   list(2),
-                   json(),
-                   value(7, {.d = 2.5})};
+  std::pair<const char*, Owned> kinds[] = {
+      {"text A", text("A")},
+      {"text a", text("a")},
+      {"table 1", table(1)},
+      {"table 2", table(2)},
+      {"int -1", value(3, {.i = -1})},
+      {"int 2", value(3, {.i = 2})},
+      {"long 2", value(4, {.ll = new long long(2)})},
+      {"long 2^32", value(4, {.ll = new long long(1LL << 32)})},
+      {"list 1", list(1)},
+      {"list 2", list(2)},
+      {"JSON", json()},
+      {"2.5", value(7, {.d = 2.5})}};
   const char* const want[] = {
       "=<<<<<<<<<<<", ">=<<<<<<<<<<", ">>=<<<<<<<><", ">>>=<<<<<<><",
       ">>>>=<<<<<><", ">>>>>==<<<><", ">>>>>==<<<><", ">>>>>>>=<<>>",
@@ -71,11 +69,12 @@ TEST(Container, EveryKindComparesWithEveryKind) {
   };
   for (int i = 0; i < 12; ++i)
     for (int j = 0; j < 12; ++j)
-      EXPECT_EQ(kinds[i]->comp(nullptr, kinds[j].get(), true), want[i][j] - '=')
-          << names[i] << " against " << names[j];
-  EXPECT_EQ(kinds[10]->comp(nullptr, json().get(), true), 1) << "another JSON text";
-  EXPECT_EQ(kinds[0]->comp(nullptr, nullptr, true), 1);
-  EXPECT_EQ(kinds[0]->comp(nullptr, kinds[1].get(), false), 0) << "without regard to case";
+      EXPECT_EQ(kinds[i].second->comp(nullptr, kinds[j].second.get(), true), want[i][j] - '=')
+          << kinds[i].first << " against " << kinds[j].first;
+  EXPECT_EQ(kinds[10].second->comp(nullptr, json().get(), true), 1) << "another JSON text";
+  EXPECT_EQ(kinds[0].second->comp(nullptr, nullptr, true), 1);
+  EXPECT_EQ(kinds[0].second->comp(nullptr, kinds[1].second.get(), false), 0)
+      << "without regard to case";
   void* addresses[] = {nullptr, &kinds[0], &kinds[1]};
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j)
