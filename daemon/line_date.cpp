@@ -14,6 +14,8 @@ struct Stamp {
   int hour = 0;
   int minute = 0;
   int second = 0;
+
+  bool operator==(const Stamp&) const = default;
 };
 
 // The month of this name, -1 if there is none.
@@ -59,38 +61,27 @@ bool readStamp(const char* line, Stamp& stamp) {
 }
 
 // Turns stamps into times. mktime() and localtime() look at the time zone file at every call, which
-// is too slow for millions of lines. During a scan each day is therefore worked out once.
+// is too slow for millions of lines. Most lines of a log are of the same hour as the line before.
+// During a scan, an hour is therefore looked up only if it is another one.
 class Calendar {
  public:
   void hold(bool on) {
     held_ = on;
     now_ = -1;
-    forgetDays();
+    hour_ = kNoHour;
   }
 
   time_t timeOf(const Stamp& stamp) {
     lookUpToday();
-    if (!held_ || !isOrdinary(stamp)) return convert(stamp);
-    Day& day = days_[stamp.month][stamp.day];
-    if (day.kind == Day::kUnknown) day = workOut(stamp.month, stamp.day);
-    if (day.kind == Day::kChangesClock) return convert(stamp);
-    return day.start + secondsOf(stamp);
+    if (!held_ || !isSixty(stamp.minute) || !isSixty(stamp.second)) return convert(stamp);
+    lookUpHour({stamp.month, stamp.day, stamp.hour});
+    return changes_clock_ ? convert(stamp) : start_ + stamp.minute * 60 + stamp.second;
   }
 
  private:
-  struct Day {
-    enum { kUnknown, kUniform, kChangesClock } kind = kUnknown;
-    time_t start = 0;
-  };
+  static constexpr Stamp kNoHour = {.month = -1};
 
-  static bool isOrdinary(const Stamp& stamp) {
-    return stamp.day >= 1 && stamp.day <= 31 && stamp.hour >= 0 && stamp.hour < 24 &&
-           stamp.minute >= 0 && stamp.minute < 60 && stamp.second >= 0 && stamp.second < 60;
-  }
-
-  static time_t secondsOf(const Stamp& stamp) {
-    return (stamp.hour * 60 + stamp.minute) * 60 + stamp.second;
-  }
+  static bool isSixty(int number) { return number >= 0 && number < 60; }
 
   void lookUpToday() {
     const time_t now = time(nullptr);
@@ -98,9 +89,16 @@ class Calendar {
     const tm found = *localtime(&now);
     if (found.tm_year != today_.tm_year || found.tm_isdst != today_.tm_isdst ||
         found.tm_gmtoff != today_.tm_gmtoff)
-      forgetDays();
+      hour_ = kNoHour;
     today_ = found;
     now_ = now;
+  }
+
+  void lookUpHour(const Stamp& hour) {
+    if (hour == hour_) return;
+    hour_ = hour;
+    start_ = convert(hour);
+    changes_clock_ = convert({hour.month, hour.day, hour.hour, 59, 59}) != start_ + 3599;
   }
 
   // Year and daylight-saving flag are those of now: the line has neither.
@@ -114,24 +112,12 @@ class Calendar {
     return mktime(&date);
   }
 
-  // On a day on which the clock changes, the clock does not show the time since the day's start.
-  Day workOut(int month, int day) const {
-    const time_t start = convert({month, day, 0, 0, 0});
-    for (int hour = 0; hour < 24; ++hour)
-      if (convert({month, day, hour, 59, 59}) != start + secondsOf({month, day, hour, 59, 59}))
-        return {Day::kChangesClock, 0};
-    return {Day::kUniform, start};
-  }
-
-  void forgetDays() {
-    for (auto& month : days_)
-      for (Day& day : month) day = {};
-  }
-
   bool held_ = false;
   time_t now_ = -1;
   tm today_ = {};
-  Day days_[12][32];
+  Stamp hour_ = kNoHour;        // the hour that was looked up last
+  time_t start_ = 0;            // when it began
+  bool changes_clock_ = false;  // whether the clock does not show the seconds since then
 };
 
 Calendar calendar;
