@@ -1,6 +1,6 @@
-// A mail log of any bytes: a scan of it leaves what its lines leave one by one, and whoever writes
-// it reaches nothing that strangers must never reach. An input is a zone, the time now, and the
-// log.
+// A mail log of any bytes: scans of it leave what its lines leave one by one, and whoever writes
+// it reaches nothing that strangers must never reach. An input is a zone, the time now, how much of
+// the log is there at first, and the log.
 
 #include <fcntl.h>
 
@@ -18,24 +18,28 @@
 
 namespace {
 
-// What a scan of the log does, or its lines one by one, where nothing was before.
-std::string effectsOf(const std::string& log, bool by_scan) {
+// What two scans of a log that grows do, or its lines one by one, where nothing was before.
+std::string effectsOf(const std::vector<std::string>& parts, bool by_scan) {
   Effects effects;
-  if (by_scan) {
-    write(log_file, log);
-    last_pos = 0;
-    last_login.setParam("bob", "a record of the scan before", true, 1, false);
-    updateHosts();
-    parseLogFrom(0);  // the log is closed: nothing
-    return effects.take(0);
+  write(log_file, "");
+  last_pos = 0;
+  last_login.setParam("bob", "a record of the scan before", true, 1, false);
+  for (const std::string& part : parts) {
+    if (by_scan) {
+      write(log_file, contentOf(log_file) + part);
+      updateHosts();
+      parseLogFrom(0);  // the log is closed: nothing
+      continue;
+    }
+    last_login.empty();
+    for (std::string line : linesOf(part)) {
+      if (line.ends_with('\r')) line.pop_back();
+      parseLine(OwnedText(newString(line.c_str())).get());  // who reads behind its end is seen
+    }
+    writeHostFile();
+    writeUserFile();
+    write_last_logins();
   }
-  for (std::string line : linesOf(log)) {
-    if (line.ends_with('\r')) line.pop_back();
-    parseLine(OwnedText(newString(line.c_str())).get());  // who reads behind its end is seen
-  }
-  writeHostFile();
-  writeUserFile();
-  write_last_logins();
   return effects.take(0);
 }
 
@@ -72,11 +76,15 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   setenv("TZ", kZones[input.byte() % std::size(kZones)], 1);
   tzset();
-  const FakeTime clock(1 + input.word() / 2);
+  // Until 2033: the times of hosts have 32 bits.
+  const FakeTime clock(1 + input.word() % 2'000'000'000);
+  const size_t about = input.byte() * input.rest.size() / 256;
   const std::string log(input.rest);
+  const size_t middle = log.rfind('\n', about) + 1;
+  const std::vector<std::string> parts = {log.substr(0, middle), log.substr(middle)};
   std::string ended = log + "\n";  // where lines may end, however they do
   for (const char end : {'\r', '\0'}) std::ranges::replace(ended, end, '\n');
-  const std::string scan = effectsOf(log, true), each = effectsOf(log, false);
+  const std::string scan = effectsOf(parts, true), each = effectsOf(parts, false);
   CHECK(scan == each, "by the scan:\n" + scan + "line by line:\n" + each);
   for (const std::string& effect : linesOf(scan)) {
     const bool plain = std::ranges::all_of(effect, [](char c) { return c >= ' ' && c < 0x7f; });

@@ -23,11 +23,6 @@ namespace {
 
 std::string current;
 
-void run(const std::string& input) {
-  current = input;
-  LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(current.data()), current.size());
-}
-
 // A few changes: bytes put in, exchanged and taken out, pieces of this and of another input.
 std::string changed(std::string input, const std::string& other, std::mt19937& random) {
   const auto below = [&random](size_t n) { return random() % n; };
@@ -52,11 +47,14 @@ int main(int argc, char** argv) {
   std::set<std::filesystem::path> files;  // the random sequence depends on their order
   for (const auto& entry : std::filesystem::directory_iterator(argv[1])) files.insert(entry);
   std::vector<std::string> corpus;
-  for (const auto& file : files) run(corpus.emplace_back(contentOf(file)));
+  for (const auto& file : files) corpus.push_back(contentOf(file));
   std::mt19937 random(20240307);
   const auto any = [&]() -> const std::string& { return corpus[random() % corpus.size()]; };
   const unsigned long runs = corpus.empty() ? 0 : strtoul(argv[2], nullptr, 10);
-  for (unsigned long i = 0; i < runs; ++i) run(changed(any(), any(), random));
+  for (size_t i = 0; i < corpus.size() + runs; ++i) {
+    current = i < corpus.size() ? corpus[i] : changed(any(), any(), random);
+    LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(current.data()), current.size());
+  }
   fprintf(stderr, "%zu stored inputs, %lu changes of them\n", corpus.size(), runs);
   return runs > 0 ? 0 : 3;
 }

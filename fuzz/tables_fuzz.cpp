@@ -156,7 +156,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (kind == 0) table.gather(what & 16);
     if (kind == 1) table.gather(false);
     if (kind == 1) writeFields(input, table, plain);
-    if (kind == 2) check(table, plain);
+    if (kind == 2 && what & 16) check(table, plain);
     if (kind > 2 && kind < 7) table.deleteParam(name.c_str(), chars(value));
     if (kind > 2 && kind < 7) plain.remove(name.c_str(), chars(value));
     if (kind > 6) {
@@ -167,7 +167,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string asked = nameFrom(input);
     const long slot = plain.index(asked.c_str(), nullptr);
     const char* found = slot == -1 ? nullptr : chars(plain.at(slot).value);
-    CHECK(strcomp(table.getValueAt(slot), found) == 0, asked);
+    if (kind == 2) CHECK(strcomp(table.getValueAt(slot), found) == 0, asked);
     CHECK(strcomp(table.getValue(asked.c_str()), found) == 0, asked);
   }
   check(table, plain);

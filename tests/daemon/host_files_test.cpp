@@ -34,7 +34,7 @@ class HostFiles : public testing::Test {
 
 TEST_F(HostFiles, AHostAgesOutASecondAfterItsLifetime) {
   admit("10.0.0.1", std::to_string(kNow - 1800), "stays");
-  admit("10.0.0.2", std::to_string(kNow - 1801), "goes");
+  admit("10.0.0.2", std::to_string(kNow - 1801), nullptr);
   admit("10.0.0.3", "no number", "goes");
   admit("10.0.0.4", std::to_string(kNow - 5), "stays");
   admit("10.0.0.6", "4294967296", "goes: the 32 bits hold a 0");

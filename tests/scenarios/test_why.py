@@ -71,8 +71,6 @@ def why(machine, *arguments, account=()):
     (BOB, "", "chmod 700 /etc/virtual", "192.0.2.7", 1, r"may not: .*mode 0700.*chmod o\+x /etc/virtual$"),
     (BOB, "", f"chmod 600 {HOSTS}", "", 1, rf"{HOSTS} has mode 0600.*chmod o\+r {HOSTS}"),
     (BOB, "", f": > {HOSTS}; touch -d '1 minute ago' {HOSTS}", "", 1, "WRONG 192.0.2.7 logged in"),
-    (log("dovecot: submission-login: Login: user=<bob>, rip=192.0.2.7, lip=::1"), "", "", "bob", 1,
-     "bob may not: login of another program.*does not count: only"),
     (log("dovecot: imap-login: Disconnected (auth failed): user=<\033[2Jx>, rip=::1"), "", "", "",
      0, r"user=<\\x1b\[2Jx>"),
     (BOB, "", "cd /var/log; truncate -s 1G huge; echo >> huge; date >> huge '+%b %e %T mail dovecot: "

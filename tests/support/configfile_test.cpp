@@ -39,8 +39,8 @@ TEST(ConfigFile, ANewTableHasTheseFields) {
   ConfigFile of_none(nullptr, static_cast<ConfigFile*>(nullptr)), of_no_slots(nullptr, "file", 0);
   EXPECT_EQ(of_none.size, 16);
   EXPECT_STREQ(of_none.get_user(), "nobody");
-  of_no_slots.setParam("a", 1);
-  EXPECT_EQ(of_no_slots.size, 64);
+  for (int i = 0; i < 65; ++i) of_no_slots.setParam(std::to_string(i).c_str(), i);
+  EXPECT_EQ(of_no_slots.size, 128);
 }
 
 // A value of the type, for the table to adopt.
