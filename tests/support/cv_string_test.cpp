@@ -112,8 +112,8 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
   string.set("%s", "again");
   EXPECT_STREQ(string(), "again");
   EXPECT_EQ(string.capacity, 32U);
-  taken.set_raw(formatted, 1);
-  EXPECT_STREQ(taken(), "5%") << "nothing of the longer text";
+  taken.set_raw(adopted, 1);
+  EXPECT_STREQ(taken(), "x") << "nothing of the longer text";
   adopted.set_raw(formatted, 1);
   EXPECT_EQ(adopted.capacity, 6U) << "two characters do not fit into two";
   EXPECT_STREQ(adopted(), "5%");
