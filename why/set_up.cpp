@@ -133,7 +133,7 @@ void judgeMinutes(Report& report, const string& number, SetUp& set_up) {
       "put a number of minutes behind t in /etc/default/cv-popb4smtp, and restart the daemon";
   const char* text = number.c_str();
   char* end = nullptr;
-  const long value = strtol(text, &end, 10);
+  const long long value = strtoll(text, &end, 10);
   set_up.minutes = static_cast<int>(value);  // as the daemon reads it
   minutes = set_up.minutes;
   const bool wraps = value != minutes || 60LL * minutes != lifetime_s();
