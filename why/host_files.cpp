@@ -71,7 +71,7 @@ string judgeModes(Report& report) {
         "%s has mode %04o, and %s cannot %s: chmod o+%s %s", path, status.st_mode & 07777,
         reader.name(), is_folder ? "get into it" : "read it", is_folder ? "x" : "r", path);
     report.say(Found::kWrong, "%s", lack.c_str());
-    if (path != kUserFile) barred = lack;
+    if (strcmp(path, kUserFile) != 0) barred = lack;
   }
   return barred;
 }

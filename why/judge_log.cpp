@@ -21,8 +21,7 @@ constexpr long kTolerance_s = 120;
 constexpr char kPackagedLog[] = "/var/log/mail-logins.log";
 constexpr char kElsewhere[] =
     "put the right log behind f in /etc/default/cv-popb4smtp (/var/log/mail-logins.log is the "
-    "rsyslog "
-    "snippet's), and restart";
+    "rsyslog snippet's), and restart";
 
 // Another log that is written while this one is not, "" if there is none.
 string liveLog(const string& but, time_t after) {

@@ -37,15 +37,13 @@ constexpr KindText kTexts[kKinds] = {
      true},
     {"nearly a login",
      "\"Info:\" or no program stands before the login words: Dovecot logs to a file of its own; "
-     "set "
-     "log_path = syslog",
+     "set log_path = syslog",
      true},
     {"nearly a login",
      "the message does not begin with \"Login:\": leave Dovecot's login_log_format alone", true},
     {"nearly a login",
      "its fifth word, the program, is not dovecot, imapd or vm-pop3d: leave Dovecot's "
-     "instance_name "
-     "alone",
+     "instance_name alone",
      true},
     {"nearly a login",
      "the user does not stand between '<' and '>': leave Dovecot's login_log_format_elements alone "
@@ -57,13 +55,11 @@ constexpr KindText kTexts[kKinds] = {
      true},
     {"nearly a login",
      "the address of the client, or the end of the user, is missing: the process's connect line "
-     "has "
-     "priority debug, so have syslog write mail.debug too",
+     "has priority debug, so have syslog write mail.debug too",
      true},
     {"nearly a login",
      "imapd writes \"Authenticated\" where a client uses AUTHENTICATE, and \"Login\" only for "
-     "LOGIN: "
-     "set the client to a plain password",
+     "LOGIN: set the client to a plain password",
      true},
     {"nearly a login",
      "its date is none that is read (Mon DD HH:MM:SS): follow /var/log/mail-logins.log, which the "
