@@ -75,7 +75,7 @@ class Calendar {
     lookUpToday();
     if (!held_ || !isSixty(stamp.minute) || !isSixty(stamp.second)) return convert(stamp);
     lookUpHour({stamp.month, stamp.day, stamp.hour});
-    return changes_clock_ ? convert(stamp) : start_ + stamp.minute * 60 + stamp.second;
+    return changes_clock_ ? convert(stamp) : start_ + stamp.minute * time_t{60} + stamp.second;
   }
 
  private:

@@ -10,6 +10,6 @@ long getTimeFromString(const char* line);
 
 // holdCalendar(true), at the start of a scan: getTimeFromString() looks up an hour once for all its
 // lines that follow each other, so that a change of the system's time zone may not be seen.
-// holdCalendar(false), at its end: each line is looked up by itself again. Both forget the hour that
-// was looked up before.
+// holdCalendar(false), at its end: each line is looked up by itself again. Both forget the hour
+// that was looked up last.
 void holdCalendar(bool on);
