@@ -75,6 +75,8 @@ TEST_F(System, FilesAreReadWholeWithinLimitsAndCachedByMode) {
   EXPECT_EQ(data(file, 0, false), "changed!") << "uncached";
   EXPECT_EQ(data(file, 1, false), "content") << "cached";
   EXPECT_EQ(data(file, 3, false), "changed!") << "any other mode reads, and caches";
+  const char* const kept = getDataFromFile(nullptr, nullptr, file, 2, false);
+  EXPECT_EQ(kept, getDataFromFile(nullptr, nullptr, file, 2, false)) << "the cache's own";
   EXPECT_EQ(data("/proc/self/cmdline", 0, true).back(), '\n') << "the end of the last argument";
   EXPECT_EQ(data("/proc/self/cmdline", 0, false), "") << "a file of size 0";
 }
