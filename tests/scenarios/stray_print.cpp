@@ -9,5 +9,6 @@ extern "C" int fclose(FILE* file) {
   static const auto real_fclose = reinterpret_cast<int (*)(FILE*)>(dlsym(RTLD_NEXT, "fclose"));
   printf("a stray line\n");
   fflush(stdout);
+  fputs("another\n", stderr);
   return real_fclose(file);
 }

@@ -157,4 +157,5 @@ TEST_F(System, NamesStandForIdsAndIdentities) {
   EXPECT_EQ(getegid(), 65534U);
   EXPECT_EQ(setUserPriv(nullptr, "nosuch", 1), 0);
   EXPECT_EQ(geteuid(), 0U) << "an unknown user is root";
+  EXPECT_EQ(getegid(), 0U);
 }
