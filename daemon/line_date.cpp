@@ -14,8 +14,6 @@ struct Stamp {
   int hour = 0;
   int minute = 0;
   int second = 0;
-
-  bool operator==(const Stamp&) const = default;
 };
 
 // The month of this name, -1 if there is none.
@@ -61,27 +59,36 @@ bool readStamp(const char* line, Stamp& stamp) {
 }
 
 // Turns stamps into times. mktime() and localtime() look at the time zone file at every call, which
-// is too slow for millions of lines. Most lines of a log are of the same hour as the line before.
-// During a scan, an hour is therefore looked up only if it is another one.
+// is too slow for millions of lines. During a scan each hour is therefore looked up once. Lines need
+// not be in order: programs may write their dates in different zones.
 class Calendar {
  public:
   void hold(bool on) {
     held_ = on;
     now_ = -1;
-    hour_ = kNoHour;
+    forgetHours();
   }
 
   time_t timeOf(const Stamp& stamp) {
     lookUpToday();
-    if (!held_ || !isSixty(stamp.minute) || !isSixty(stamp.second)) return convert(stamp);
-    lookUpHour({stamp.month, stamp.day, stamp.hour});
-    return changes_clock_ ? convert(stamp) : start_ + stamp.minute * time_t{60} + stamp.second;
+    if (!held_ || !isOrdinary(stamp)) return convert(stamp);
+    Hour& hour = hours_[stamp.day][stamp.hour];
+    if (hour.month != stamp.month) hour = lookUpHour(stamp);
+    return hour.changes_clock ? convert(stamp)
+                              : hour.start + stamp.minute * time_t{60} + stamp.second;
   }
 
  private:
-  static constexpr Stamp kNoHour = {.month = -1};
+  struct Hour {
+    int month = -1;  // of which month this day is; -1: not looked up
+    time_t start = 0;
+    bool changes_clock = false;  // whether the clock does not show the time since the start
+  };
 
-  static bool isSixty(int number) { return number >= 0 && number < 60; }
+  static bool isOrdinary(const Stamp& stamp) {
+    return stamp.day >= 1 && stamp.day <= 31 && stamp.hour >= 0 && stamp.hour < 24 &&
+           stamp.minute >= 0 && stamp.minute < 60 && stamp.second >= 0 && stamp.second < 60;
+  }
 
   void lookUpToday() {
     const time_t now = time(nullptr);
@@ -89,16 +96,15 @@ class Calendar {
     const tm found = *localtime(&now);
     if (found.tm_year != today_.tm_year || found.tm_isdst != today_.tm_isdst ||
         found.tm_gmtoff != today_.tm_gmtoff)
-      hour_ = kNoHour;
+      forgetHours();
     today_ = found;
     now_ = now;
   }
 
-  void lookUpHour(const Stamp& hour) {
-    if (hour == hour_) return;
-    hour_ = hour;
-    start_ = convert(hour);
-    changes_clock_ = convert({hour.month, hour.day, hour.hour, 59, 59}) != start_ + 3599;
+  Hour lookUpHour(const Stamp& stamp) const {
+    const time_t first = convert({stamp.month, stamp.day, stamp.hour, 0, 0});
+    const time_t last = convert({stamp.month, stamp.day, stamp.hour, 59, 59});
+    return {stamp.month, first, last != first + 3599};
   }
 
   // Year and daylight-saving flag are those of now: the line has neither.
@@ -112,12 +118,15 @@ class Calendar {
     return mktime(&date);
   }
 
+  void forgetHours() {
+    for (auto& day : hours_)
+      for (Hour& hour : day) hour = {};
+  }
+
   bool held_ = false;
   time_t now_ = -1;
   tm today_ = {};
-  Stamp hour_ = kNoHour;        // the hour that was looked up last
-  time_t start_ = 0;            // when it began
-  bool changes_clock_ = false;  // whether the clock does not show the seconds since then
+  Hour hours_[32][24];  // by day of the month and hour
 };
 
 Calendar calendar;

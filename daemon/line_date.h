@@ -8,8 +8,8 @@
 // when it cannot be read.
 long getTimeFromString(const char* line);
 
-// holdCalendar(true), at the start of a scan: getTimeFromString() looks up an hour once for all its
-// lines that follow each other, so that a change of the system's time zone may not be seen.
-// holdCalendar(false), at its end: each line is looked up by itself again. Both forget the hour
-// that was looked up last.
+// holdCalendar(true), at the start of a scan: getTimeFromString() looks up each hour of the log
+// once and remembers it, so that a change of the system's time zone is not seen.
+// holdCalendar(false), at its end: each line is looked up by itself again. Both forget the hours
+// that were looked up.
 void holdCalendar(bool on);
