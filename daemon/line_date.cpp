@@ -59,8 +59,8 @@ bool readStamp(const char* line, Stamp& stamp) {
 }
 
 // Turns stamps into times. mktime() and localtime() look at the time zone file at every call, which
-// is too slow for millions of lines. During a scan each hour is therefore looked up once. Lines need
-// not be in order: programs may write their dates in different zones.
+// is too slow for millions of lines. During a scan each hour is therefore looked up once. Lines
+// need not be in order: programs may write their dates in different zones.
 class Calendar {
  public:
   void hold(bool on) {
