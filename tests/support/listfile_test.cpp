@@ -96,7 +96,7 @@ TEST(ListFile, DuplicatesStayTheCallersAndAContainerMakesItAListOfContainers) {
   list.addElement("", true, false);
   EXPECT_EQ(list.settings, 0x11) << "not even changed";
   const OwnedText text(newString("b"));
-  list.addElement(text.get(), true, false);
+  for (const char* copied : {"b", "c"}) list.addElement(copied, true, false);
   list.addElement(text.get(), false, false);
   for (int i : {3, 2, 3}) {
     Container number(static_cast<Logging*>(nullptr), static_cast<Container*>(nullptr));
@@ -105,7 +105,7 @@ TEST(ListFile, DuplicatesStayTheCallersAndAContainerMakesItAListOfContainers) {
     list.addElement(reinterpret_cast<char*>(&number), true, true);
   }
   list.addElement(newString("a"), false, false);
-  const std::vector<std::string> want = {"a", "b", "Integer", "Integer"};
+  const std::vector<std::string> want = {"a", "b", "c", "Integer", "Integer"};
   EXPECT_EQ(contents(ListFile(nullptr, &list)), want);
   list.set_setting(ListFile::kUnsorted, true);
   EXPECT_EQ(list.getIndex("a", true), 0) << "any key is a text to an unsorted list";
