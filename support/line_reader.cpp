@@ -149,9 +149,8 @@ const char* LineReader::inBuffer() {
       is_whole = true;
     }
   } while (!is_whole && !line.full() && (start_ < end_ || readBlock()));
-  if (!is_whole && !line.full() && ferror(in_)) {  // the block no longer has the line's start
-    start_ = end_;
-    end_offset_ = before;
+  if (!is_whole && !line.full() && ferror(in_)) {
+    end_offset_ = before;  // the block no longer has the line's start
     return nullptr;
   }
   buffer_[line.stored()] = '\0';
