@@ -25,6 +25,7 @@ struct PlainTable {
   std::vector<Entry> slots = std::vector<Entry>(3);
   long param = 0;
   bool char_case = true, wait_to_sort = false, duplicate = false, multi_type = false;
+  bool changed = false;
   int sort_type = 0;
 
   Entry& at(long i) { return slots[static_cast<size_t>(i)]; }
@@ -76,21 +77,24 @@ struct PlainTable {
     return -1;
   }
 
-  void set(const char* name, const char* value, int type) {
+  void set(const char* name, const char* value, bool copy, int type) {
     if (!*name) return;
+    changed = true;
     const long found = wait_to_sort ? -1 : index(name, duplicate ? value : nullptr);
     if (found != -1 && !value) return;
     if (found == -1 && param == static_cast<long>(slots.size()))
       slots.resize(slots.size() * (slots.size() < 64 ? 4 : 2));
     Entry& entry = at(found != -1 ? found : param++);
     if (found == -1) entry.name = name;
-    entry.value = type > 6 ? Text() : Text(value ? value : "");
+    const bool is_null = type > 6 || (!value && !copy && type != 1);
+    entry.value = is_null ? Text() : Text(value ? value : "");
     entry.type = multi_type ? type : 1;
     if (found == -1 && !wait_to_sort) sort(0, param - 1);
   }
 
   void remove(const char* name, const char* value) {
     const long i = *name ? index(name, value) : -1;
+    changed |= *name != '\0';
     if (i == -1) return;
     at(i) = Entry();
     wait_to_sort ? closeGap(i) : sort(0, param - 1);
@@ -118,6 +122,7 @@ std::string nameFrom(Input& input) {
 void check(ConfigFile& table, PlainTable& plain) {
   CHECK(table.param == plain.param, std::to_string(plain.param));
   CHECK(table.size == static_cast<long>(plain.slots.size()), std::to_string(table.size));
+  CHECK(table.changed == plain.changed, std::to_string(plain.changed));
   for (long i = 0; i < table.size; ++i) {
     CHECK(strcomp(table.getNameAt(i), chars(plain.at(i).name)) == 0, std::to_string(i));
     CHECK(strcomp(table.getValueAt(i), chars(plain.at(i).value)) == 0, std::to_string(i));
@@ -129,12 +134,17 @@ void writeFields(Input& input, ConfigFile& table, PlainTable& plain) {
   const unsigned what = input.byte(), field = what % 8;
   const bool on = what & 16;
   const long i = static_cast<long>(input.byte() % plain.slots.size());
+  table.changed = plain.changed = what & 32;
   if (field == 0) table.char_case = plain.char_case = on;
   if (field == 1) table.wait_to_sort = plain.wait_to_sort = on;
   if (field == 2) table.duplicate = plain.duplicate = on;
   if (field == 3) table.sort_type = static_cast<short>(plain.sort_type = what / 16 % 5);
   if (field == 4) table.multi_type = plain.multi_type = on;
-  if (what == 6) table.param = plain.param = i;
+  if (field == 6 && !on) table.param = plain.param = i;
+  if (field == 6 && on && !plain.at(i).name) {
+    table.params[i] = nullptr;  // the table keeps the record
+    plain.at(i) = Entry();
+  }
   if (field == 5) std::swap(table.params[i], table.params[0]);
   if (field == 5) std::swap(plain.at(i), plain.at(0));
   if (field != 7 || !plain.at(i).name) return;
@@ -161,8 +171,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (kind > 2 && kind < 7) plain.remove(name.c_str(), chars(value));
     if (kind > 6) {
       static constexpr int kTypes[] = {1, 1, 3, 6, 9, 1, 1, 1};
-      table.setParam(name.c_str(), chars(value), true, kTypes[what / 32], false);
-      plain.set(name.c_str(), chars(value), kTypes[what / 32]);
+      const bool copy = value || what & 1;
+      table.setParam(name.c_str(), chars(value), copy, kTypes[what / 32], false);
+      plain.set(name.c_str(), chars(value), copy, kTypes[what / 32]);
     }
     const std::string asked = nameFrom(input);
     const long slot = plain.index(asked.c_str(), nullptr);
