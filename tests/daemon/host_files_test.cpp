@@ -44,7 +44,13 @@ TEST_F(HostFiles, AHostAgesOutASecondAfterItsLifetime) {
   const Table stay = {{"10.0.0.1", "stays"}, {"10.0.0.4", "stays"}};
   EXPECT_EQ(entriesOf(user_list), stay);
   clock_.set(kNow + 3600);
+  is_daemon = 0;
+  testing::internal::CaptureStdout();
   clearOldIps();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "10.0.0.1 is too old at 1699998200 (1700003600 > 1699998200 + (30*60)\n"
+            "10.0.0.4 is too old at 1699999995 (1700003600 > 1699999995 + (30*60)\n");
+  is_daemon = 1;
   EXPECT_EQ(host_list.param, 0);
   EXPECT_EQ(oldest_host, 0x7fffffff) << "nobody is left";
 }

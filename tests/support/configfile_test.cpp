@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <new>
 #include <string>
 
@@ -15,8 +14,18 @@ namespace {
 
 TEST(ConfigFile, ANewTableHasTheseFields) {
   Logging to;
-  const auto made = std::make_unique<ConfigFile>(&to, nullptr, 16);  // ASan's memory is never 0
-  ConfigFile& table = *made;
+  ConfigFile table(&to, nullptr, 16);
+  EXPECT_STREQ(table.get_user(), "nobody");
+  EXPECT_EQ(table.get_filename(), nullptr);
+  EXPECT_EQ(table.get_group(), nullptr);
+  EXPECT_EQ(table.get_permission(), 0U);
+  EXPECT_TRUE(table.file_info->use_defaults);
+  EXPECT_EQ(table.file_info->file_separator, '=');
+  table.changed = table.no_overwrite = table.insert_read = table.skip_safety_check = true;
+  table.multi_type = table.duplicate = true;
+  table.delete_file_info();
+  delString(table.result);
+  table.init();
   EXPECT_EQ(table.logging, &to);
   EXPECT_STREQ(table.result, "");
   EXPECT_EQ(table.separator, '=');
@@ -27,14 +36,8 @@ TEST(ConfigFile, ANewTableHasTheseFields) {
   EXPECT_FALSE(table.insert_read);
   EXPECT_FALSE(table.skip_safety_check);
   EXPECT_TRUE(table.lockit);
-  EXPECT_EQ(table.caller_location, nullptr);
-  EXPECT_EQ(table.get_filename(), nullptr);
-  EXPECT_STREQ(table.get_user(), "nobody");
-  EXPECT_EQ(table.get_group(), nullptr);
-  EXPECT_EQ(table.get_permission(), 0U);
-  EXPECT_TRUE(table.file_info->use_defaults);
-  EXPECT_EQ(table.file_info->file_separator, '=');
-  EXPECT_EQ(table.params[15]->type, ConfigFile::kText);
+  EXPECT_FALSE(table.multi_type);
+  EXPECT_FALSE(table.duplicate);
   EXPECT_EQ(table.getNameAt(-1), nullptr);
   EXPECT_THROW(ConfigFile(nullptr, nullptr, -1), std::bad_array_new_length);
   ConfigFile of_none(nullptr, static_cast<ConfigFile*>(nullptr)), of_no_slots(nullptr, "file", 0);
@@ -42,6 +45,9 @@ TEST(ConfigFile, ANewTableHasTheseFields) {
   EXPECT_STREQ(of_none.get_user(), "nobody");
   for (int i = 0; i < 65; ++i) of_no_slots.setParam(std::to_string(i).c_str(), i);
   EXPECT_EQ(of_no_slots.size, 128);
+  for (const int named : {0, 1}) EXPECT_FALSE(of_no_slots.move_params(0, named)) << "there is one";
+  EXPECT_FALSE(of_no_slots.move_params(127, 126)) << "there is none";
+  EXPECT_STREQ(of_no_slots.getNameAt(0), "0");
   of_none.delete_file_info();  // once more at its end
 }
 
@@ -72,13 +78,14 @@ TEST(ConfigFile, EveryTypeIsReleasedWhenReplacedDeletedEmptiedOrCopied) {
         EXPECT_EQ(table.get_type_at(0), multi ? after : ConfigFile::kText);
         ConfigFile copy(nullptr, &table);
         EXPECT_EQ(copy.getValueAt(0) == nullptr, after == ConfigFile::kLongInteger) << after;
-        table.changed = false;
         table.deleteParam("y", nullptr);
-        EXPECT_TRUE(table.changed);
         table.wait_to_sort = true;
         table.setParam("z", valueOf(after), false, after, false);
         table.deleteParam("x", nullptr);  // moves the other up
+        const ConfigFile moved(nullptr, &table);
+        table.changed = false;
         table.empty();
+        EXPECT_TRUE(table.changed);
         EXPECT_EQ(table.getNameAt(0), nullptr);
         EXPECT_EQ(table.get_type_at(0), ConfigFile::kText);
       }

@@ -79,6 +79,7 @@ TEST_F(System, FilesAreReadWholeWithinLimitsAndCachedByMode) {
   EXPECT_EQ(kept, getDataFromFile(nullptr, nullptr, file, 2, false)) << "the cache's own";
   EXPECT_EQ(data("/proc/self/cmdline", 0, true).back(), '\n') << "the end of the last argument";
   EXPECT_EQ(data("/proc/self/cmdline", 0, false), "") << "a file of size 0";
+  EXPECT_EQ(data("/proc/kallsyms", 0, true).size(), 32760U) << "a long one";
 }
 
 TEST_F(System, AFolderIsMadeWithItsModeAndOwnerOrTheReasonIsTold) {
@@ -93,6 +94,8 @@ TEST_F(System, AFolderIsMadeWithItsModeAndOwnerOrTheReasonIsTold) {
   EXPECT_EQ(errno, ENOTDIR);
   EXPECT_EQ(system_res, "mkdir(" + folder + ") error: File exists<br>\nmkdir(" + below +
                             ") error: Not a directory<br>\n");
+  EXPECT_EQ(createDir(nullptr, nullptr, nullptr, 0700, true), 0);
+  EXPECT_STREQ(system_res, "<b>the path was null or empty</b><br>\n");
 }
 
 TEST_F(System, AnEntryIsGivenAwayOnlyAsItMayBe) {
@@ -117,6 +120,7 @@ TEST_F(System, AnEntryIsGivenAwayOnlyAsItMayBe) {
           << row.name << " to " << row.uid << ":" << row.gid << (secure ? ", secure" : "");
       EXPECT_EQ(ownerOf(path), row.owner) << row.name;
     }
+    EXPECT_EQ(setOwner(nullptr, "", 5, 6, 0, secure, -1, -1), 0);
     EXPECT_EQ(std::distance(fs::directory_iterator(kFolder), {}), 4) << "no stray file";
   }
 }
