@@ -188,6 +188,5 @@ int Container::comp_lf(ListFile* lf) const {
 }
 
 int Container::comp_void(void* a, void* b) {
-  if (!a || !b) return order(!b, !a);
   return order(reinterpret_cast<uintptr_t>(a), reinterpret_cast<uintptr_t>(b));
 }
