@@ -12,10 +12,9 @@ class Effects {
  public:
   // Only the domain dom1 and the user bob have folders then, which are empty.
   Effects() {
-    namespace fs = std::filesystem;
-    for (const char* folder : {kDomains, kPanelUsers}) fs::remove_all(folder);
-    fs::create_directories("/etc/virtual/dom1");
-    fs::create_directories("/usr/local/corvane/data/users/bob");
+    for (const char* folder : {kDomains, kPanelUsers}) std::filesystem::remove_all(folder);
+    std::filesystem::create_directories("/etc/virtual/dom1");
+    std::filesystem::create_directories("/usr/local/corvane/data/users/bob");
     begin();
   }
 

@@ -105,6 +105,7 @@ TEST(ListFile, DuplicatesStayTheCallersAndAContainerMakesItAListOfContainers) {
     list.addElement(reinterpret_cast<char*>(&number), true, true);
   }
   list.addElement(newString("a"), false, false);
+  EXPECT_EQ(list.settings, 0x13) << "changed";
   const std::vector<std::string> want = {"a", "b", "c", "Integer", "Integer"};
   EXPECT_EQ(contents(ListFile(nullptr, &list)), want);
   list.set_setting(ListFile::kUnsorted, true);
