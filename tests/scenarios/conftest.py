@@ -127,16 +127,13 @@ class Machine:
         self.wait_for(lambda: sleeps() > before + cycles)
 
 
-def stamp(when):
-    return time.strftime("%b %e %H:%M:%S", time.localtime(when))
-
-
 def login(address, user="bob", age=0, text="dovecot: imap-login: Login: user=<{user}>, "
           "method=PLAIN, rip={address}, lip=10.77.0.1, mpid=38, session=<x>"):
     # A stamp has no year: one of the old year would lie ahead.
     while time.localtime(time.time() - age).tm_year != time.localtime().tm_year:
         time.sleep(1)
-    return f"{stamp(time.time() - age)} mail {text.format(user=user, address=address)}\n"
+    stamp = time.strftime("%b %e %H:%M:%S", time.localtime(time.time() - age))
+    return f"{stamp} mail {text.format(user=user, address=address)}\n"
 
 
 @pytest.fixture

@@ -25,15 +25,16 @@ std::vector<std::string> contents(const ListFile& list) {
 }
 
 TEST(ListFile, ANewListHasTheseFields) {
-  const ListFile list(nullptr, static_cast<const char*>(nullptr));
-  EXPECT_EQ(list.filename, nullptr);
-  EXPECT_EQ(list.listType, 0);
-  EXPECT_EQ(list.capacity, 64);
-  EXPECT_EQ(list.count, 0);
-  EXPECT_EQ(list.settings, 0x11);
-  EXPECT_STREQ(list.get_user(), "nobody");
-  EXPECT_EQ(list.get_group(), nullptr);
-  EXPECT_EQ(list.get_permission(), 0);
+  const ListFile unnamed(nullptr, static_cast<const char*>(nullptr));
+  const ListFile copy_of_none(nullptr, static_cast<ListFile*>(nullptr));
+  for (const ListFile* list : {&unnamed, &copy_of_none}) {
+    EXPECT_EQ(list->filename, nullptr);
+    EXPECT_EQ(list->capacity, 64);
+    EXPECT_EQ(list->settings, 0x11);
+    EXPECT_STREQ(list->get_user(), "nobody");
+    EXPECT_EQ(list->get_group(), nullptr);
+    EXPECT_EQ(list->get_permission(), 0);
+  }
 }
 
 TEST(ListFile, EveryKindStandsInItsOrderHoweverItIsFilled) {
