@@ -91,6 +91,7 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
   EXPECT_EQ(String(1, string.buffer).capacity, 33U);
   String copy(&string, 1), taken(&string, 0), formatted("%d%%", 5), adopted(0, newString("x"));
   EXPECT_EQ(formatted.capacity, 3U);
+  EXPECT_EQ(adopted.capacity, 2U);
   EXPECT_EQ(copy.cmp(taken, true), 0);
   EXPECT_EQ(copy.capacity, 66U);
   EXPECT_EQ(string(), nullptr) << "taken over";
@@ -107,5 +108,4 @@ TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
   adopted.set_raw(formatted, 1);
   EXPECT_EQ(adopted.capacity, 6U) << "two characters do not fit into two";
   EXPECT_STREQ(adopted(), "5%");
-  EXPECT_EQ(adopted.cmp("5%", false), 0);
 }
