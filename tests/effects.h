@@ -1,4 +1,4 @@
-// What lines of the mail log have done.
+// What lines of the mail log have done: tables, records and the activity log beside what they were.
 #pragma once
 
 #include <filesystem>
@@ -7,7 +7,6 @@
 #include "daemon/state.h"
 #include "test_files.h"
 
-// Compares tables, records and the activity log with what they were.
 class Effects {
  public:
   // Only the domain dom1 and the user bob have folders then, which are empty.

@@ -83,9 +83,10 @@ TEST(Strings, TextsAreMadeInFullAndCut) {
 
 TEST(Strings, AStringGrowsToTwiceWhatItNeedsAndIsTakenOverWhole) {
   String string;
-  EXPECT_STREQ(string(), "");
   string.set("%031d", 1);
   EXPECT_EQ(string.capacity, 32U);
+  string.empty();
+  EXPECT_STREQ(string(), "");
   string.set("%032d", 1);
   EXPECT_EQ(string.capacity, 66U);
   EXPECT_EQ(String(1, string.buffer).capacity, 33U);
