@@ -40,7 +40,6 @@ TEST_F(HostFiles, AHostAgesOutASecondAfterItsLifetime) {
   admit("10.0.0.6", "4294967296", "goes: the 32 bits hold a 0");
   clearOldIps();
   EXPECT_EQ(oldest_host, kNow - 1800);
-  EXPECT_EQ(oldies.count, 3);
   const Table stay = {{"10.0.0.1", "stays"}, {"10.0.0.4", "stays"}};
   EXPECT_EQ(entriesOf(user_list), stay);
   clock_.set(kNow + 3600);

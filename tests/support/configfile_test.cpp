@@ -25,7 +25,7 @@ TEST(ConfigFile, ANewTableHasTheseFields) {
   table.multi_type = table.duplicate = true;
   table.delete_file_info();
   delString(table.result);
-  table.init();
+  table.init();  // sets them again, whatever they were
   EXPECT_EQ(table.logging, &to);
   EXPECT_STREQ(table.result, "");
   EXPECT_EQ(table.separator, '=');
